@@ -1,0 +1,26 @@
+# qsml_options: warnings, hardening and sanitizers of everything that we compile ourselves.
+# They are never part of the installed package: our compiler is not the user's.
+add_library(qsml_options INTERFACE)
+target_compile_options(qsml_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
+    -Wold-style-cast -Woverloaded-virtual -Wcast-align -Wnull-dereference -Wimplicit-fallthrough
+    -fstack-protector-strong)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # GCC 12 reports overlapping copies inside std::string where there are none (its bug 105329).
+    target_compile_options(qsml_options INTERFACE -Wno-restrict)
+endif()
+if(QSML_WARNINGS_AS_ERRORS)
+    target_compile_options(qsml_options INTERFACE -Werror)
+endif()
+target_compile_definitions(qsml_options INTERFACE
+    $<$<NOT:$<CONFIG:Debug>>:_GLIBCXX_ASSERTIONS>)
+if(QSML_SANITIZE)
+    target_compile_options(qsml_options INTERFACE
+        -fsanitize=${QSML_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    target_link_options(qsml_options INTERFACE -fsanitize=${QSML_SANITIZE})
+else()
+    target_compile_definitions(qsml_options INTERFACE $<$<CONFIG:Release,RelWithDebInfo>:_FORTIFY_SOURCE=2>)
+endif()
+if(UNIX AND NOT APPLE)
+    target_link_options(qsml_options INTERFACE -Wl,-z,relro,-z,now)
+endif()

@@ -1,0 +1,23 @@
+# What the library links: found once, here.
+find_package(Threads REQUIRED)
+find_package(SQLite3 3.40 REQUIRED)
+find_package(ICU 70 REQUIRED COMPONENTS uc i18n)
+find_package(fmt 9 REQUIRED)
+find_package(RapidJSON REQUIRED)
+if(NOT TARGET rapidjson)  # Debian's package gives a directory only
+    add_library(rapidjson INTERFACE IMPORTED GLOBAL)
+    target_include_directories(rapidjson INTERFACE ${RAPIDJSON_INCLUDE_DIRS})
+endif()
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(libmd REQUIRED IMPORTED_TARGET GLOBAL libmd)
+pkg_check_modules(libxxhash REQUIRED IMPORTED_TARGET GLOBAL libxxhash)
+
+if(QSML_BUILD_TESTS)
+    find_package(GTest REQUIRED)
+    find_package(rapidcheck REQUIRED)
+    pkg_check_modules(libplist REQUIRED IMPORTED_TARGET GLOBAL libplist-2.0)
+endif()
+if(QSML_BUILD_APPS)
+    find_package(CLI11 REQUIRED)
+    pkg_check_modules(taglib REQUIRED IMPORTED_TARGET GLOBAL taglib)
+endif()
