@@ -1,0 +1,163 @@
+#pragma once
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "foundation/Error.h"
+#include "store/YapDatabaseNotification.h"
+#include "store/YapDatabaseTransaction.h"
+
+struct sqlite3;
+
+namespace qsml {
+
+class YapDatabaseExtensionTransaction;
+
+/// What an extension keeps in memory of one snapshot. Immutable; shared by all connections on it.
+class QSML_EXPORT YapDatabaseExtensionState {
+public:
+    virtual ~YapDatabaseExtensionState() = default;
+};
+
+/// A row as the hooks see it.
+struct YapDatabaseRow {
+    std::int64_t rowid = 0;  ///< never reused
+    std::string_view collection;
+    std::string_view key;
+    const Value& object;    ///< nil where the row does not decode, and in removals
+    const Value& metadata;  ///< nil in removals
+};
+
+/// What changed in a row's update.
+struct YapDatabaseUpdate {
+    bool object = false;
+    bool metadata = false;
+    bool isTouch = false;  ///< nothing was written
+};
+
+/// The database as an extension sees it while it works: its own tables on the connection's SQLite
+/// handle and the rows of the transaction.
+class QSML_EXPORT YapDatabaseExtensionContext {
+public:
+    virtual ~YapDatabaseExtensionContext() = default;
+    virtual ::sqlite3* handle() = 0;
+    /// The transaction; a YapDatabaseReadWriteTransaction when the extension may write.
+    virtual YapDatabaseReadTransaction& transaction() = 0;
+    virtual YapDatabaseReadWriteTransaction* readWriteTransaction() = 0;
+    /// The registered name, quoted as an SQL identifier with a suffix: "name_suffix".
+    virtual std::string tableName(std::string_view suffix) const = 0;
+    /// Settings of this extension that live and die with it.
+    virtual std::optional<std::string> setting(std::string_view key) = 0;
+    virtual bool setSetting(std::string_view key, std::string_view value) = 0;
+    /// Every row of the allowed collections (null: of all), in ascending rowid, decoded.
+    virtual bool enumerateRows(const std::set<std::string, std::less<>>* collections,
+                               const std::function<void(const YapDatabaseRow&)>& block) = 0;
+    virtual bool rowForRowid(std::int64_t rowid,
+                             const std::function<void(const YapDatabaseRow&)>& block) = 0;
+    virtual std::optional<std::int64_t> rowidForKey(std::string_view key,
+                                                    std::string_view collection) = 0;
+};
+
+/// A kind of derived data that follows the rows: a view, an index, a search, a graph of edges.
+///
+/// Registered once per database; keeps no state of its own that a transaction changes (that is the
+/// transaction's and the state's). Rules for what happens when:
+/// - every row operation calls the transactions of all extensions, in order of registration, right
+/// after the
+///   row was written and before the post-sanitiser;
+/// - before the commit: flush() of all in order, again while any of them wrote rows; then changes()
+/// and
+///   newState(); then COMMIT;
+/// - a rollback drops the transactions; nothing of them may stay.
+class QSML_EXPORT YapDatabaseExtension {
+public:
+    virtual ~YapDatabaseExtension();
+
+    /// Kind and layout of the stored form: a difference to what is stored rebuilds.
+    virtual std::string kind() const = 0;
+    virtual std::int64_t formatVersion() const = 0;
+    /// Columns, persistence and the like: a difference rebuilds.
+    virtual std::string configuration() const { return {}; }
+    const std::string& versionTag() const { return versionTag_; }
+    /// False: rebuilt at each registration.
+    virtual bool isPersistent() const { return true; }
+    /// Names of extensions that must be registered before.
+    virtual std::vector<std::string> parents() const { return {}; }
+    /// The collections whose rows its hooks see; null means all.
+    virtual const std::set<std::string, std::less<>>* allowedCollections() const { return nullptr; }
+
+    /// Creates the tables, empty. They must not exist.
+    virtual bool createTables(YapDatabaseExtensionContext& context, Error* error) = 0;
+    virtual bool dropTables(YapDatabaseExtensionContext& context, Error* error) = 0;
+    /// Fills the empty tables from the rows, in one pass.
+    virtual bool fill(YapDatabaseExtensionContext& context, Error* error) = 0;
+    /// Brings the tables of an extension of the same kind and format up to date, when another tag
+    /// or configuration built them or when they missed writes. By default drops, creates and fills
+    /// them.
+    virtual bool rebuild(YapDatabaseExtensionContext& context, Error* error);
+    /// The state of the snapshot that the context reads, loaded from the tables; may be null.
+    virtual std::shared_ptr<const YapDatabaseExtensionState> loadState(
+        YapDatabaseExtensionContext& context, Error* error) = 0;
+    /// What the commit of the registration tells of the extension: its whole content as insertions,
+    /// say. Null when there is nothing to tell.
+    virtual std::shared_ptr<const YapDatabaseExtensionChanges> changesOfRegistration(
+        YapDatabaseExtensionContext&, const std::shared_ptr<const YapDatabaseExtensionState>&) {
+        return nullptr;
+    }
+    /// Work of one transaction on the given state. Read transactions make one when ext() asks for
+    /// it.
+    virtual std::unique_ptr<YapDatabaseExtensionTransaction> newTransaction(
+        YapDatabaseExtensionContext& context,
+        std::shared_ptr<const YapDatabaseExtensionState> state) = 0;
+    /// Compares what is stored with what the rows of the context's snapshot would give; calls
+    /// `fault` for each difference.
+    virtual bool check(YapDatabaseExtensionContext& context,
+                       const std::function<void(std::string_view collection, std::string_view key,
+                                                std::string_view description)>& fault,
+                       Error* error) = 0;
+
+protected:
+    explicit YapDatabaseExtension(std::string versionTag) : versionTag_(std::move(versionTag)) {}
+
+private:
+    std::string versionTag_;
+};
+
+/// One extension's part in one transaction. Confined to it.
+class QSML_EXPORT YapDatabaseExtensionTransaction {
+public:
+    virtual ~YapDatabaseExtensionTransaction();
+
+    virtual void didInsertRow(const YapDatabaseRow&) {}
+    virtual void didUpdateRow(const YapDatabaseRow&, YapDatabaseUpdate) {}
+    /// Before the row is gone: it can still be read.
+    virtual void willRemoveRow(const YapDatabaseRow&) {}
+    virtual void didRemoveRow(const YapDatabaseRow&) {}
+
+    /// Rows whose derived data must be computed again because the given row changed or went. They
+    /// get dependentsChanged before the next flush ends, each once.
+    virtual std::vector<YapDatabaseCollectionKey> dependentsOfRow(const YapDatabaseRow&) {
+        return {};
+    }
+    virtual void dependentChanged(const YapDatabaseRow&) {}
+
+    /// Applies what was gathered; may write rows (then all extensions flush again). False fails the
+    /// commit.
+    virtual bool flush(Error*) { return true; }
+    /// Writes its tables. After the last flush, before newState().
+    virtual bool writeTables(Error*) { return true; }
+    /// True when the extension's own content changed although no row did (a new filter or search):
+    /// the transaction is then a commit.
+    virtual bool hasOwnChanges() const { return false; }
+    /// For the modified notification; null when nothing changed.
+    virtual std::shared_ptr<const YapDatabaseExtensionChanges> changes() { return nullptr; }
+    /// The state of the commit that is being made; the old one when nothing changed.
+    virtual std::shared_ptr<const YapDatabaseExtensionState> newState() = 0;
+    /// After COMMIT, outside the transaction, once: for effects on files and the like.
+    virtual void didCommit() {}
+};
+
+}  // namespace qsml

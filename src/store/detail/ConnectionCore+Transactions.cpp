@@ -1,0 +1,213 @@
+// Beginning and ending transactions.
+#include <new>
+
+#include "foundation/Log.h"
+#include "store/YapDatabaseException.h"
+#include "store/detail/ConnectionCore.h"
+#include "store/detail/DatabaseCore.h"
+#include "store/detail/ExtensionSetup.h"
+
+namespace qsml::detail {
+
+std::optional<StoreState> ConnectionCore::readState(Error* error) {
+    Query query(statements_.state, handle_.get());
+    if (query.row()) {
+        if (auto state = StoreState::fromText(query.text(0))) return state;
+        report(error, fileError(YapDatabaseErrorCode::notADatabase, handle_.path(), "read",
+                                "its private table is damaged"));
+    } else if (query.ok()) {
+        report(error, fileError(YapDatabaseErrorCode::notADatabase, handle_.path(), "read",
+                                "its private table is empty"));
+    } else {
+        report(error, handle_.lastError("read"));
+    }
+    return std::nullopt;
+}
+
+/// Begins SQLite's transaction and pins its snapshot, which BEGIN alone does not.
+bool ConnectionCore::beginReadOfFile(Error* error) {
+    if (!Query(statements_.begin, handle_.get()).run()) {
+        report(error, handle_.lastError("read"));
+        return false;
+    }
+    if (auto state = readState(error)) {
+        active_->state = *state;
+        return true;
+    }
+    Query(statements_.rollback, handle_.get()).run();
+    handle_.forgetPages();
+    return false;
+}
+
+bool ConnectionCore::beginRead(const Owner& owner, Error* error, YapDatabaseNotifications* passed) {
+    applySettings();
+    active_.emplace();
+    active_->connection = owner;
+    if (isPinned()) {
+        if (handle_.inTransaction()) return true;
+        isPinned_ = false;  // SQLite had to give it up after a failure
+    }
+    if (!beginReadOfFile(error)) {
+        active_.reset();
+        return false;
+    }
+    try {
+        moveTo(active_->state.snapshot, passed);
+    } catch (...) {
+        clearCaches();
+        abandon();
+        throw;
+    }
+    return true;
+}
+
+void ConnectionCore::endRead() {
+    const bool hasReadDamage = active_->hasReadDamage;
+    active_.reset();
+    if (!isPinned()) {
+        Query(statements_.commit, handle_.get()).run();
+        if (handle_.inTransaction()) Query(statements_.rollback, handle_.get()).run();
+    }
+    if (hasReadDamage) handle_.forgetPages();
+}
+
+bool ConnectionCore::read(const Owner& owner, const ReadBlock& block, Error* error) {
+    try {
+        if (!beginRead(owner, error)) return false;
+    } catch (const std::bad_alloc&) {
+        reportNoMemory(error, handle_.path());
+        return false;
+    }
+    struct End {
+        ConnectionCore& core;
+        ~End() { core.endRead(); }
+    } end{*this};
+    block(readTransaction_);
+    return true;
+}
+
+void ConnectionCore::endPin() {
+    isPinned_ = false;
+    if (handle_.inTransaction()) Query(statements_.rollback, handle_.get()).run();
+}
+
+YapDatabaseNotifications ConnectionCore::beginLongLivedRead(const Owner& owner) {
+    YapDatabaseNotifications passed;
+    const bool isFirst = !wasEverPinned_.exchange(true);
+    endPin();
+    Error error;
+    if (!beginRead(owner, &error, &passed)) {
+        log("Warning: a long-lived read transaction could not begin: " + error.description);
+        return {};
+    }
+    active_.reset();
+    isPinned_.store(true, std::memory_order_release);
+    if (isFirst) passed.clear();
+    return passed;
+}
+
+YapDatabaseNotifications ConnectionCore::endLongLivedRead(const Owner& owner) {
+    YapDatabaseNotifications passed;
+    if (!isPinned()) return passed;
+    endPin();
+    Error error;
+    if (beginRead(owner, &error, &passed)) endRead();
+    if (error)
+        log("Warning: the end of a long-lived read transaction could not read: " +
+            error.description);
+    return passed;
+}
+
+void ConnectionCore::restartPinnedRead(std::uint64_t newest) {
+    if (!isPinned() || snapshot() != newest || !handle_.inTransaction()) return;
+    Query(statements_.rollback, handle_.get()).run();
+    active_.emplace();
+    Error error;
+    if (!beginReadOfFile(&error) || active_->state.snapshot != newest) {
+        log("Warning: a long-lived read transaction had to end: " + error.description);
+        endPin();
+    }
+    active_.reset();
+}
+
+bool ConnectionCore::beginWrite(const Owner& owner, Error* error, bool isRegistration) {
+    applySettings();
+    endPin();
+    writerLock_.emplace(database_.writerLock(), error);
+    active_.emplace();
+    active_->connection = owner;
+    active_->isWrite = true;
+    active_->isRegistration = isRegistration;
+    if (!*writerLock_) {
+        abandon();
+        return false;
+    }
+    if (!Query(statements_.beginImmediate, handle_.get()).run()) {
+        report(error, handle_.lastError("written"));
+        abandon();
+        return false;
+    }
+    auto state = readState(error);
+    if (!state) {
+        active_->hasReadDamage = true;
+        abandon();
+        return false;
+    }
+    active_->state = *state;
+    moveTo(state->snapshot, nullptr);
+    if (isRegistration || !database_.mustVerifyExtensions.exchange(false)) return true;
+    active_->hasRepaired = true;
+    if (repairExtensions(*this, database_.registeredExtensions(), error)) return true;
+    abandon();
+    return false;
+}
+
+/// Ends a transaction with nothing of it left.
+void ConnectionCore::abandon() noexcept {
+    if (active_ && active_->hasRepaired) database_.mustVerifyExtensions = true;
+    const bool hasReadDamage = !active_ || active_->hasReadDamage;
+    try {
+        active_.reset();
+        lastCollection_ = nullptr;
+        if (handle_.inTransaction()) Query(statements_.rollback, handle_.get()).run();
+    } catch (...) {
+    }
+    if (handle_.inTransaction()) handle_.execute("ROLLBACK");
+    if (hasReadDamage) handle_.forgetPages();
+    writerLock_.reset();
+}
+
+bool ConnectionCore::readWrite(const Owner& owner, const WriteBlock& block, Error* error,
+                               bool isRegistration) {
+    try {
+        if (!beginWrite(owner, error, isRegistration)) return false;
+    } catch (const std::bad_alloc&) {
+        clearCaches();
+        abandon();
+        reportNoMemory(error, handle_.path());
+        return false;
+    } catch (...) {
+        clearCaches();
+        abandon();
+        throw;
+    }
+    try {
+        block(readWriteTransaction_);
+    } catch (...) {
+        abandon();
+        throw;
+    }
+    try {
+        return endWrite(error);
+    } catch (const std::bad_alloc&) {
+        reportNoMemory(error, handle_.path());
+    } catch (const std::exception& exception) {
+        report(error, fileError(YapDatabaseErrorCode::extension, handle_.path(), "written",
+                                exception.what()));
+    }
+    database_.history().takeBackPending();
+    abandon();
+    return false;
+}
+
+}  // namespace qsml::detail

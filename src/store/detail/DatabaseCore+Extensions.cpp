@@ -1,0 +1,62 @@
+// Registering and removing extensions, as writes of a connection that only this file uses.
+#include <exception>
+#include <new>
+
+#include "store/detail/ConnectionCore.h"
+#include "store/detail/DatabaseCore.h"
+#include "store/detail/ExtensionSetup.h"
+
+namespace qsml::detail {
+
+bool DatabaseCore::runWrite(const std::shared_ptr<YapDatabase>& database,
+                            const std::function<void(ConnectionCore&)>& block, Error* error) {
+    if (!registrar_) registrar_ = newConnection(error);
+    if (!registrar_) return false;
+    // The transaction answers a connection like any other; its core comes back when it ends.
+    const std::shared_ptr<YapDatabaseConnection> face(
+        new YapDatabaseConnection(database, std::move(registrar_)));
+    struct ComeBack {
+        DatabaseCore& database;
+        YapDatabaseConnection& face;
+        ~ComeBack() { database.registrar_ = std::move(face.core_); }
+    } comeBack{*this, *face};
+    ConnectionCore& core = *face->core_;
+    return core.readWrite(
+        face, [&](YapDatabaseReadWriteTransaction&) { block(core); }, error, true);
+}
+
+bool DatabaseCore::registerExtension(const std::shared_ptr<YapDatabase>& database,
+                                     const std::shared_ptr<YapDatabaseExtension>& extension,
+                                     const std::string& name, Error* error) {
+    Error cause;
+    const auto setUp = [&](ConnectionCore& connection) {
+        if (!setUpExtension(connection, extension, name, &cause)) {
+            connection.fail(cause);
+            return;
+        }
+        // A pinned connection learns of the extension by moving over a commit.
+        if (hasPinnedConnection()) connection.active().mustCommit = true;
+    };
+    try {
+        return runWrite(database, setUp, error);
+    } catch (const std::bad_alloc&) {
+        reportNoMemory(error, path());
+    } catch (const std::exception& exception) {
+        report(error,
+               fileError(YapDatabaseErrorCode::extension, path(), "changed", exception.what()));
+    }
+    return false;
+}
+
+bool DatabaseCore::unregisterExtension(const std::shared_ptr<YapDatabase>& database,
+                                       const std::string& name, Error* error) {
+    Error cause;
+    return runWrite(
+        database,
+        [&](ConnectionCore& connection) {
+            if (!tearDownExtension(connection, name, &cause)) connection.fail(cause);
+        },
+        error);
+}
+
+}  // namespace qsml::detail

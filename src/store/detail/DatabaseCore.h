@@ -1,0 +1,130 @@
+#pragma once
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "store/YapDatabase.h"
+#include "store/detail/CollectionNames.h"
+#include "store/detail/CommitHistory.h"
+#include "store/detail/DatabaseFile.h"
+#include "store/detail/SqliteHandle.h"
+#include "store/detail/TransactionScheduler.h"
+#include "store/detail/WriterLock.h"
+
+namespace qsml::detail {
+
+class ConnectionCore;
+
+/// What the connections of a database share. Thread-safe.
+class DatabaseCore : public std::enable_shared_from_this<DatabaseCore> {
+public:
+    static std::shared_ptr<DatabaseCore> open(const std::string& path,
+                                              YapDatabaseObjectCallbacks objects,
+                                              YapDatabaseObjectCallbacks metadata,
+                                              YapDatabaseOptions options, Error* error);
+    ~DatabaseCore();
+    /// Once, when the database and all connections are gone.
+    void close();
+
+    const std::string& path() const { return file_->path(); }
+    const YapDatabaseOptions& options() const { return options_; }
+    const YapDatabaseObjectCallbacks& objectCallbacks() const { return objects_; }
+    const YapDatabaseObjectCallbacks& metadataCallbacks() const { return metadata_; }
+    TransactionScheduler& scheduler() { return *scheduler_; }
+    TransactionScheduler::Lane& writers() { return writers_; }
+    WriterLock& writerLock() { return writerLock_; }
+    CollectionNames& collections() { return collections_; }
+    CommitHistory& history() { return history_; }
+    DispatchQueue& notificationQueue() const;
+    SqliteSettings sqliteSettings() const;
+    bool isForkedChild() const;
+    /// Throws YapDatabaseException in a forked child.
+    void refuseInForkedChild() const;
+
+    std::unique_ptr<ConnectionCore> newConnection(Error* error);
+    void addConnection(ConnectionCore& connection);
+    void removeConnection(ConnectionCore& connection);
+    /// Runs the block for each connection, with the list locked.
+    void forEachConnection(const std::function<void(ConnectionCore&)>& block);
+    bool hasPinnedConnection();
+    void flushMemory();
+
+    /// Who sends the notifications.
+    void setOwner(const std::shared_ptr<YapDatabase>& owner);
+    void announceCommits();
+    void forgetPassedCommits();
+
+    /// All that this process has registered, also where another process has damaged what is stored.
+    std::vector<std::shared_ptr<const RegisteredExtension>> registeredExtensions() const;
+    void setRegisteredExtensions(std::vector<std::shared_ptr<const RegisteredExtension>> all);
+    // Registration; see DatabaseCore+Extensions.cpp.
+    bool registerExtension(const std::shared_ptr<YapDatabase>& database,
+                           const std::shared_ptr<YapDatabaseExtension>& extension,
+                           const std::string& name, Error* error);
+    bool unregisterExtension(const std::shared_ptr<YapDatabase>& database, const std::string& name,
+                             Error* error);
+
+    // Checkpoints; see DatabaseCore+Checkpoint.cpp.
+    void noteLog(int frames);
+    void noteReaderMoved();
+    bool checkpoint(Error* error);
+    std::uint64_t walSize() const;
+
+    std::atomic<YapDatabasePolicy> defaultObjectPolicy{YapDatabasePolicy::containment};
+    std::atomic<YapDatabasePolicy> defaultMetadataPolicy{YapDatabasePolicy::containment};
+    /// Stored extensions that nobody has registered are marked by the first commit of rows.
+    bool areOrphansMarked = false;  // in the writers' turn
+    std::atomic<bool> mustVerifyExtensions{false};
+
+private:
+    DatabaseCore(std::unique_ptr<DatabaseFile> file, YapDatabaseObjectCallbacks objects,
+                 YapDatabaseObjectCallbacks metadata, YapDatabaseOptions options);
+    bool prepareFile(Error* error);
+    bool runWrite(const std::shared_ptr<YapDatabase>& database,
+                  const std::function<void(ConnectionCore&)>& block, Error* error);
+    void requestCheckpoint();
+    bool runCheckpoint(Error* error);
+    bool openCheckpointHandle(Error* error);
+    void restartPinnedReads();
+    void warnAboutLog();
+    void postCommit(const std::shared_ptr<const YapDatabaseCommit>& commit);
+    void finalCheckpoint();
+
+    std::unique_ptr<DatabaseFile> file_;
+    YapDatabaseObjectCallbacks objects_;
+    YapDatabaseObjectCallbacks metadata_;
+    YapDatabaseOptions options_;
+    std::uint32_t forkGeneration_;
+    std::shared_ptr<TransactionScheduler> scheduler_;
+    TransactionScheduler::Lane writers_;
+    WriterLock writerLock_;
+    CollectionNames collections_;
+    CommitHistory history_;
+    std::weak_ptr<YapDatabase> owner_;
+    const void* ownerIdentity_ = nullptr;
+
+    std::mutex connectionsMutex_;
+    std::vector<ConnectionCore*> connections_ QSML_GUARDED_BY(connectionsMutex_);
+
+    mutable std::mutex registeredMutex_;
+    std::vector<std::shared_ptr<const RegisteredExtension>> registered_
+        QSML_GUARDED_BY(registeredMutex_);
+
+    // In the writers' turn:
+    std::unique_ptr<ConnectionCore> registrar_;
+    SqliteHandle checkpointHandle_;
+
+    std::mutex checkpointMutex_;
+    TransactionScheduler::Ticket checkpointTicket_ QSML_GUARDED_BY(checkpointMutex_);
+    std::atomic<bool> isCheckpointPending_{false};
+    std::atomic<bool> isClosed_{false};
+    std::atomic<std::uint64_t> logBytes_{0};          // in use since the log was last restarted
+    std::atomic<std::uint64_t> nextCheckpointAt_{0};  // bytes
+    std::atomic<bool> isLogBlocked_{false};           // the last checkpoint could not finish
+    std::atomic<bool> hasWarned_{false};
+};
+
+}  // namespace qsml::detail
