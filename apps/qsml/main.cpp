@@ -1,0 +1,141 @@
+#include <QSMediaLibraryData/foundation/version.h>
+
+#include <CLI/CLI.hpp>
+#include <csignal>
+#include <exception>
+#include <functional>
+
+#include "CommandFailure.h"
+#include "commands.h"
+#include "output.h"
+
+namespace {
+
+using namespace qsml::app;
+
+/// The command line as a tree, and the command that it named.
+class CommandLine {
+public:
+    CommandLine() : app_("Keeps a DJ's media library in one file.", "qsml") {
+        app_.set_version_flag("--version", QSMediaLibraryDataVersionString);
+        app_.require_subcommand(1);
+        app_.fallthrough();
+        app_.add_option("--library", common_.library,
+                        "The library file (default: $QSML_LIBRARY, else qsml/library.qsml in the "
+                        "user's data folder)")
+            ->type_name("FILE")
+            ->check(CLI::Validator(notEmpty, ""));
+        addImport();
+        addTracks();
+        addShow();
+        command("stats", "Counts what the library holds", [this] { return runStats(common_); });
+        command("check", "Verifies every record and index of the library",
+                [this] { return runCheck(common_); });
+        addArchive();
+    }
+
+    /// Throws CLI::ParseError.
+    void parse(int count, char** arguments) { app_.parse(count, arguments); }
+    int run() const { return run_(); }
+    /// What --help and --version print.
+    int exit(const CLI::ParseError& request) const { return app_.exit(request); }
+
+private:
+    static std::string notEmpty(std::string& text) {
+        return text.empty() ? "the name is empty" : std::string();
+    }
+
+    CLI::App* command(const char* name, const char* description, std::function<int()> run) {
+        CLI::App* const made = app_.add_subcommand(name, description);
+        made->add_flag("--json", common_.asJSON, "Write one JSON object a line");
+        made->callback([this, run = std::move(run)] { run_ = run; });
+        return made;
+    }
+
+    void addImport() {
+        CLI::App* const made = command("import", "Brings audio files and folders into the library",
+                                       [this] { return runImport(common_, import_); });
+        made->add_option("PATH", import_.paths, "Files, and folders with all that is below them")
+            ->required()
+            ->check(CLI::Validator(notEmpty, ""));
+        made->add_flag("--split", import_.tags.splitsNames,
+                       "Split a text that names several artists or genres, at ; , / & feat. ft. "
+                       "featuring vs.");
+        made->add_option("--batch", import_.tracksPerCommit, "Tracks in one transaction")
+            ->type_name("N")
+            ->check(CLI::Range(1, 10000))
+            ->capture_default_str();
+    }
+
+    void addTracks() {
+        CLI::App* const made =
+            command("tracks", "Lists the tracks", [this] { return runTracks(common_, tracks_); });
+        const std::map<std::string, TrackOrder> orders = {
+            {"title", TrackOrder::title}, {"artist", TrackOrder::artist},
+            {"album", TrackOrder::album}, {"added", TrackOrder::added},
+            {"bpm", TrackOrder::bpm},     {"duration", TrackOrder::duration}};
+        made->add_option("--sort", tracks_.order, "title, artist, album, added, bpm or duration")
+            ->type_name("ORDER")
+            ->transform(CLI::CheckedTransformer(orders).description(""));
+        made->add_option("--limit", tracks_.limit, "At most so many")
+            ->type_name("N")
+            ->check(CLI::NonNegativeNumber);
+        made->add_option("--offset", tracks_.offset, "Leave out so many first")
+            ->type_name("N")
+            ->check(CLI::NonNegativeNumber);
+    }
+
+    void addShow() {
+        CLI::App* const made = command("show", "Shows all that is known of one track",
+                                       [this] { return runShow(common_, argument_); });
+        made->add_option("ID", argument_, "An ID, the start of one, or a title")
+            ->required()
+            ->check(CLI::Validator(notEmpty, ""));
+    }
+
+    void addArchive() {
+        CLI::App* const made = command("archive", "Shows what a stored record's archive holds",
+                                       [this] { return runArchive(common_, argument_); });
+        made->add_option("FILE", argument_, "The archive's bytes; - reads standard input")
+            ->required();
+    }
+
+    CLI::App app_;
+    CommonOptions common_;
+    ImportOptions import_;
+    TracksOptions tracks_;
+    std::string argument_;
+    std::function<int()> run_;
+};
+
+enum ExitStatus { failed = 1, wrongUsage = 2 };
+
+int run(const CommandLine& line) {
+    try {
+        const int status = line.run();
+        flushOutput();
+        return status;
+    } catch (const std::exception& exception) {
+        std::fflush(stdout);
+        complain(exception.what());
+        return failed;
+    }
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    // A reader that has seen enough (`| head`) ends us quietly; a file that may not grow is an
+    // error.
+    std::signal(SIGPIPE, SIG_DFL);
+    std::signal(SIGXFSZ, SIG_IGN);
+    CommandLine line;
+    try {
+        line.parse(count, arguments);
+    } catch (const CLI::ParseError& error) {
+        if (error.get_exit_code() == 0) return line.exit(error);
+        complain(std::string(error.what()) + "; see \"qsml --help\"");
+        return wrongUsage;
+    }
+    return run(line);
+}
