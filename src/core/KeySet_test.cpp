@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "core/KeyMapping.h"
-
 namespace qsml {
 namespace {
 
@@ -22,16 +20,6 @@ TEST(GivenNames, WhenPutIntoASetThenTheyAreDistinctAndInByteOrder) {
     EXPECT_EQ(keys.intersection(KeySet{"b", "c", "B"}), (KeySet{"B", "b"}));
     EXPECT_TRUE((KeySet{"b"}).isSubsetOf(keys));
     EXPECT_FALSE((KeySet{"b", "c"}).isSubsetOf(keys));
-}
-
-TEST(GivenPairsOfNames, WhenMappedThenLookupWorksBothWays) {
-    const KeyMapping mapping({{"b", "y"}, {"a", "x"}, {"b", "z"}});
-    EXPECT_EQ(mapping.size(), 2U);
-    EXPECT_EQ(mapping["a"], "x");
-    EXPECT_EQ(mapping["b"], "z") << "later pairs win";
-    EXPECT_FALSE(mapping["c"]);
-    EXPECT_EQ(mapping.inverse()["z"], "b");
-    EXPECT_FALSE(mapping.inverse()["y"]);
 }
 
 }  // namespace

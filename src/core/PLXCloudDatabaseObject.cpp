@@ -51,7 +51,7 @@ std::vector<Property> PLXCloudDatabaseObject::properties() {
 }
 
 const RecordClass& PLXCloudDatabaseObject::classObject() {
-    static const RecordClass& object = detail::registered(*new RecordClass(
+    static const RecordClass& object = RecordClass::registered(*new RecordClass(
         "PLXCloudDatabaseObject", &PLXDatabaseObject::classObject(), nullptr, properties(),
         {.keysNotMonitored = {"cloudUUID", "userChangedCloudKeys"}, .endsMonitoring = true}));
     return object;

@@ -50,21 +50,10 @@ std::vector<Property> properties() {
 
 }  // namespace
 
-namespace detail {
-
-const RecordClass& registered(const RecordClass& recordClass) {
-    ArchiveClass::registerClass(recordClass);
-    return recordClass;
-}
-
-String freshUUID() { return UUID::random().UUIDString(); }
-
-}  // namespace detail
-
 const RecordClass& PLXDatabaseObject::classObject() {
-    static const RecordClass& object =
-        detail::registered(*new RecordClass("PLXDatabaseObject", nullptr, nullptr, properties(),
-                                            {.endsMonitoring = true, .monitorsUUID = true}));
+    static const RecordClass& object = RecordClass::registered(
+        *new RecordClass("PLXDatabaseObject", nullptr, nullptr, properties(),
+                         {.endsMonitoring = true, .monitorsUUID = true}));
     return object;
 }
 

@@ -3,6 +3,7 @@
 #include "core/RecordClass.h"
 #include "core/recordMacros.h"
 #include "foundation/Object.h"
+#include "foundation/UUID.h"
 
 namespace qsml {
 
@@ -19,9 +20,6 @@ public:
 private:
     RecordKey() = default;
 };
-
-QSML_EXPORT const RecordClass& registered(const RecordClass& recordClass);
-QSML_EXPORT String freshUUID();
 
 }  // namespace detail
 

@@ -27,6 +27,12 @@ public:
     RecordClass(std::string_view name, const RecordClass* superclass, Allocate maker,
                 std::vector<Property> own, Policy policy);
 
+    /// Makes the class known to decoding and answers it.
+    static const RecordClass& registered(const RecordClass& recordClass) {
+        registerClass(recordClass);
+        return recordClass;
+    }
+
     /// Null at the root of the records.
     const RecordClass* recordSuperclass() const { return super_; }
     const std::vector<Property>& ownProperties() const { return own_; }

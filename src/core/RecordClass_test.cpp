@@ -6,6 +6,7 @@
 
 #include "core/PLXCloudDatabaseObject.h"
 #include "testing/LogCapture.h"
+#include "testing/recordArchives.h"
 
 namespace qsml {
 
@@ -42,6 +43,26 @@ TEST(GivenAClassWithoutInstances, WhenTheFirstIsMadeThenNothingIsChanged) {
     EXPECT_EQ(second->changedProperties(), (KeySet{"uuid"}));
     EXPECT_EQ(first->copy()->changedProperties(), (KeySet{"uuid"}));
     EXPECT_EQ(second->copy()->changedProperties(), (KeySet{"uuid"}));
+}
+
+class Decoded : public PLXDatabaseObject {
+    QSML_RECORD(Decoded, PLXDatabaseObject)
+    QSML_PROPERTY(String, title, setTitle)
+    QSML_RECORD_END()
+};
+QSML_DEFINE_RECORD(Decoded)
+
+TEST(GivenAClassWithoutInstances, WhenTheFirstIsReadFromAnArchiveThenNothingIsChanged) {
+    KeyedArchiver archiver;
+    archiver.setClassName("Decoded", Fresh::classObject());
+    const auto bytes = archiver.archive(*Fresh::initWithUUID("u"));
+    const auto first = recordFrom<Decoded>({bytes.begin(), bytes.end()});
+    ASSERT_TRUE(first);
+    EXPECT_EQ(first->uuid(), "u");
+    EXPECT_EQ(first->changedProperties(), std::nullopt);
+    const auto second = recordFrom<Decoded>(archiveOf(*first));
+    ASSERT_TRUE(second);
+    EXPECT_EQ(second->changedProperties(), (KeySet{"uuid"}));
 }
 
 class Base1 : public PLXDatabaseObject {

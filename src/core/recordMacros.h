@@ -82,25 +82,27 @@ public:                                                                         
 #define QSML_RECORD_END() static constexpr int lastLine = __LINE__;
 
 /// The one definition of the table, with the class-wide policy as data.
-#define QSML_DEFINE_RECORD(Class, ...)                                                         \
-    const ::qsml::RecordClass& Class::classObject() {                                          \
-        static const ::qsml::RecordClass& object = ::qsml::detail::registered(                 \
-            *new ::qsml::RecordClass(#Class, &Superclass::classObject(),                       \
-                                     []() -> std::shared_ptr<::qsml::Object> {                 \
-                                         return ::qsml::detail::RecordKey::make<Class>();      \
-                                     },                                                        \
-                                     ::qsml::ownProperties<Class>(), {__VA_ARGS__}));          \
-        return object;                                                                         \
-    }                                                                                          \
-    std::shared_ptr<Class> Class::init() { return initWithUUID(::qsml::detail::freshUUID()); } \
-    std::shared_ptr<Class> Class::initWithUUID(::qsml::String uuid) {                          \
-        auto record = ::qsml::detail::RecordKey::make<Class>();                                \
-        record->begin(std::move(uuid));                                                        \
-        return record;                                                                         \
-    }                                                                                          \
-    std::shared_ptr<Class> Class::copy() const {                                               \
-        return std::static_pointer_cast<Class>(copyObject());                                  \
-    }                                                                                          \
-    std::shared_ptr<::qsml::Object> Class::copyObject() const {                                \
-        return ::qsml::detail::RecordKey::make<Class>(*this);                                  \
+#define QSML_DEFINE_RECORD(Class, ...)                                                    \
+    const ::qsml::RecordClass& Class::classObject() {                                     \
+        static const ::qsml::RecordClass& object = ::qsml::RecordClass::registered(       \
+            *new ::qsml::RecordClass(#Class, &Superclass::classObject(),                  \
+                                     []() -> std::shared_ptr<::qsml::Object> {            \
+                                         return ::qsml::detail::RecordKey::make<Class>(); \
+                                     },                                                   \
+                                     ::qsml::ownProperties<Class>(), {__VA_ARGS__}));     \
+        return object;                                                                    \
+    }                                                                                     \
+    std::shared_ptr<Class> Class::init() {                                                \
+        return initWithUUID(::qsml::UUID::random().UUIDString());                         \
+    }                                                                                     \
+    std::shared_ptr<Class> Class::initWithUUID(::qsml::String uuid) {                     \
+        auto record = ::qsml::detail::RecordKey::make<Class>();                           \
+        record->begin(std::move(uuid));                                                   \
+        return record;                                                                    \
+    }                                                                                     \
+    std::shared_ptr<Class> Class::copy() const {                                          \
+        return std::static_pointer_cast<Class>(copyObject());                             \
+    }                                                                                     \
+    std::shared_ptr<::qsml::Object> Class::copyObject() const {                           \
+        return ::qsml::detail::RecordKey::make<Class>(*this);                             \
     }

@@ -82,6 +82,7 @@ bool PLXDatabaseManager::setupDatabaseWithFileURL(const URL& fileURL,
     setupExtensions();
     for (const auto& provider : extensionProviders) setupExtensionOf(*provider, *this);
     if (!openConnections(error)) {
+        uiConnection_ = bgConnection_ = nullptr;
         cloudKitExtension_ = nullptr;
         database_ = nullptr;
         return false;
@@ -141,10 +142,7 @@ void PLXDatabaseManager::setupExtensions() {
 bool PLXDatabaseManager::openConnections(Error* error) {
     uiConnection_ = database_->newConnection(error);
     bgConnection_ = uiConnection_ ? database_->newConnection(error) : nullptr;
-    if (!bgConnection_) {
-        uiConnection_ = nullptr;
-        return false;
-    }
+    if (!bgConnection_) return false;
     for (const auto& connection : {uiConnection_, bgConnection_}) {
         connection->setObjectCacheLimit(0);
         connection->setMetadataCacheEnabled(false);
@@ -153,7 +151,11 @@ bool PLXDatabaseManager::openConnections(Error* error) {
     bgConnection_->setName("background");
     uiConnection_->enableExceptionsForImplicitlyEndingLongLivedReadTransaction();
     uiConnection_->beginLongLivedReadTransaction();
-    return true;
+    if (uiConnection_->isInLongLivedReadTransaction()) return true;
+    constexpr std::int64_t inputOutputError = 10;  // SQLite's; the log says what it was
+    report(error, {std::string(YapDatabaseErrorDomain), inputOutputError,
+                   "The library was opened but cannot be read: " + database_->databasePath()});
+    return false;
 }
 
 }  // namespace qsml

@@ -10,8 +10,10 @@
 #include "store/YapDatabase.h"
 #include "store/YapDatabaseConnection.h"
 #include "store/YapDatabaseTransaction.h"
+#include "testing/FaultyFiles.h"
 #include "testing/LogCapture.h"
 #include "testing/OpenLibrary.h"
+#include "testing/failingCalls.h"
 
 namespace qsml {
 namespace {
@@ -19,8 +21,11 @@ namespace {
 using Calls = std::vector<std::string>;
 
 void writeRow(PLXDatabaseManager& manager) {
-    EXPECT_TRUE(manager.bgDatabaseConnection()->readWrite(
-        [](auto& transaction) { transaction.setObject(Value("text"), "k", "mediaItems"); }));
+    Error error;
+    const auto write = [](auto& transaction) {
+        transaction.setObject(Value("text"), "k", "mediaItems");
+    };
+    EXPECT_TRUE(manager.bgDatabaseConnection()->readWrite(write, &error)) << error.description;
 }
 
 class GivenNoFile : public ::testing::Test {
@@ -126,6 +131,46 @@ TEST_F(GivenNoFile, WhenACommitIsAnnouncedBeforeSetupThenBothNotificationsComeWi
     manager_.yapDatabaseModified({std::string(YapDatabaseModifiedNotification)});
     EXPECT_EQ(calls, (Calls{"PLXUIDatabaseConnectionWillUpdateNotification",
                             "PLXUIDatabaseConnectionDidUpdateNotification"}));
+}
+
+TEST_F(GivenNoFile, WhenACallThatOpensOrLocksFailsThenSetupSaysSoOrEverythingWorks) {
+    FaultyFiles files;
+    files.skipSyncs();
+    DispatchQueue queue("tests.notifications");
+    LogCapture log;
+    std::unique_ptr<PLXDatabaseManager> manager;
+    URL url = urlOf("0.qsml");
+    bool done = false;
+    int tries = 0;
+    Error error;
+    const auto setup = [&] {
+        error = {};
+        done = manager->setupDatabaseWithFileURL(url, &error);
+    };
+    const auto prepare = [&] {
+        manager = std::make_unique<PLXDatabaseManager>();
+        YapDatabaseOptions options;
+        options.vfsName = files.vfsName();
+        options.notificationQueue = &queue;
+        manager->setDatabaseOptions(options);
+        url = urlOf(std::to_string(++tries) + ".qsml");
+    };
+    const auto verify = [&] {
+        if (!done) {
+            EXPECT_TRUE(error);
+            EXPECT_EQ(manager->database(), nullptr);
+            EXPECT_EQ(manager->uiDatabaseConnection(), nullptr);
+            setup();
+        }
+        ASSERT_TRUE(done) << error.description;
+        EXPECT_TRUE(manager->uiDatabaseConnection()->isInLongLivedReadTransaction());
+        writeRow(*manager);
+    };
+    constexpr FileCall opening = FileCall::open | FileCall::lock | FileCall::shmMap |
+                                 FileCall::shmLock | FileCall::size | FileCall::access;
+    EXPECT_GT(forEachFailingCall(files, {opening}, {prepare, setup, verify}), 10U);
+    manager.reset();
+    queue.sync([] {});  // nothing may hold a file when its VFS goes
 }
 
 // ---- a second setup

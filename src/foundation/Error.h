@@ -13,7 +13,8 @@ struct QSML_EXPORT Error {
     std::string description;
     Dictionary userInfo = {};
 
-    explicit operator bool() const noexcept { return !domain.empty(); }
+    /// A lack of memory may leave the texts empty; the code then still tells.
+    explicit operator bool() const noexcept { return code != 0 || !domain.empty(); }
 };
 
 /// Fills an out-parameter that may be null.

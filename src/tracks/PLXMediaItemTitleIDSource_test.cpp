@@ -121,9 +121,10 @@ TEST(GivenAManagerThatIsNotSetUp, WhenItsTitleIDsAreAskedThenNothingIsFoundOrSto
 TEST(GivenTheSharedManager, WhenTheSharedSourceIsAskedThenItIsOneAndWorksOnTheSharedDatabase) {
     static TemporaryDirectory directory;  // the shared manager is never closed
     auto& manager = PLXDatabaseManager::sharedManager();
-    if (!manager.database())
+    if (!manager.database()) {
         ASSERT_TRUE(manager.setupDatabaseWithFileURL(
             URL::fileURLWithPath(directory.path() + "/library.qsml")));
+    }
     auto& source = PLXMediaItemTitleIDSource::sharedInstance();
     EXPECT_EQ(&source, &PLXMediaItemTitleIDSource::sharedInstance());
     EXPECT_EQ(source.databaseConnection()->database(), manager.database());

@@ -9,6 +9,18 @@
 
 namespace qsml::detail {
 
+namespace {
+
+/// Also for failures for lack of memory, when there may be none for the line.
+void warn(const char* what, const Error& error) noexcept {
+    try {
+        log(std::string("Warning: ") + what + error.description);
+    } catch (const std::bad_alloc&) {
+    }
+}
+
+}  // namespace
+
 std::optional<StoreState> ConnectionCore::readState(Error* error) {
     Query query(statements_.state, handle_.get());
     if (query.row()) {
@@ -24,8 +36,14 @@ std::optional<StoreState> ConnectionCore::readState(Error* error) {
     return std::nullopt;
 }
 
+/// A rollback that failed for lack of memory leaves SQLite's transaction open: nothing could begin.
+void ConnectionCore::rollBackRemains() {
+    if (handle_.inTransaction()) handle_.execute("ROLLBACK");
+}
+
 /// Begins SQLite's transaction and pins its snapshot, which BEGIN alone does not.
 bool ConnectionCore::beginReadOfFile(Error* error) {
+    rollBackRemains();
     if (!Query(statements_.begin, handle_.get()).run()) {
         report(error, handle_.lastError("read"));
         return false;
@@ -72,12 +90,7 @@ void ConnectionCore::endRead() {
 }
 
 bool ConnectionCore::read(const Owner& owner, const ReadBlock& block, Error* error) {
-    try {
-        if (!beginRead(owner, error)) return false;
-    } catch (const std::bad_alloc&) {
-        reportNoMemory(error, handle_.path());
-        return false;
-    }
+    if (!beginReadInMemory(owner, error, nullptr)) return false;
     struct End {
         ConnectionCore& core;
         ~End() { core.endRead(); }
@@ -91,13 +104,24 @@ void ConnectionCore::endPin() {
     if (handle_.inTransaction()) Query(statements_.rollback, handle_.get()).run();
 }
 
+/// As beginRead, with a lack of memory as one more error.
+bool ConnectionCore::beginReadInMemory(const Owner& owner, Error* error,
+                                       YapDatabaseNotifications* passed) {
+    try {
+        return beginRead(owner, error, passed);
+    } catch (const std::bad_alloc&) {
+        reportNoMemory(error, handle_.path());
+        return false;
+    }
+}
+
 YapDatabaseNotifications ConnectionCore::beginLongLivedRead(const Owner& owner) {
     YapDatabaseNotifications passed;
     const bool isFirst = !wasEverPinned_.exchange(true);
     endPin();
     Error error;
-    if (!beginRead(owner, &error, &passed)) {
-        log("Warning: a long-lived read transaction could not begin: " + error.description);
+    if (!beginReadInMemory(owner, &error, &passed)) {
+        warn("a long-lived read transaction could not begin: ", error);
         return {};
     }
     active_.reset();
@@ -111,10 +135,8 @@ YapDatabaseNotifications ConnectionCore::endLongLivedRead(const Owner& owner) {
     if (!isPinned()) return passed;
     endPin();
     Error error;
-    if (beginRead(owner, &error, &passed)) endRead();
-    if (error)
-        log("Warning: the end of a long-lived read transaction could not read: " +
-            error.description);
+    if (beginReadInMemory(owner, &error, &passed)) endRead();
+    if (error) warn("the end of a long-lived read transaction could not read: ", error);
     return passed;
 }
 
@@ -124,7 +146,7 @@ void ConnectionCore::restartPinnedRead(std::uint64_t newest) {
     active_.emplace();
     Error error;
     if (!beginReadOfFile(&error) || active_->state.snapshot != newest) {
-        log("Warning: a long-lived read transaction had to end: " + error.description);
+        warn("a long-lived read transaction had to end: ", error);
         endPin();
     }
     active_.reset();
@@ -133,6 +155,7 @@ void ConnectionCore::restartPinnedRead(std::uint64_t newest) {
 bool ConnectionCore::beginWrite(const Owner& owner, Error* error, bool isRegistration) {
     applySettings();
     endPin();
+    rollBackRemains();
     writerLock_.emplace(database_.writerLock(), error);
     active_.emplace();
     active_->connection = owner;

@@ -10,7 +10,8 @@ namespace qsml::detail {
 void reportNoMemory(Error* error, const std::string& path) noexcept {
     try {
         report(error, fileError(SQLITE_NOMEM, path, "used", "there is not enough memory"));
-    } catch (...) {  // not even for that: the result alone says so
+    } catch (...) {  // not even for that: the code alone says so
+        if (error) error->code = SQLITE_NOMEM;
     }
 }
 

@@ -180,8 +180,10 @@ public:
 private:
     void noteReadError(const Query& query, std::string_view action = "read");
     bool beginRead(const Owner& owner, Error* error, YapDatabaseNotifications* passed = nullptr);
+    bool beginReadInMemory(const Owner& owner, Error* error, YapDatabaseNotifications* passed);
     void endRead();
     bool beginReadOfFile(Error* error);
+    void rollBackRemains();
     void endPin();
     bool beginWrite(const Owner& owner, Error* error, bool isRegistration);
     bool endWrite(Error* error);

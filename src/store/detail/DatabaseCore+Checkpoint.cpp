@@ -4,12 +4,12 @@
 #include <sqlite3.h>
 #include <sys/stat.h>
 
-#include <utility>
-#include <vector>
+#include <new>
 
 #include "foundation/Log.h"
 #include "store/detail/ConnectionCore.h"
 #include "store/detail/DatabaseCore.h"
+#include "store/detail/TakenTurns.h"
 
 namespace qsml::detail {
 
@@ -45,19 +45,33 @@ void DatabaseCore::noteReaderMoved() {
 /// that has just moved and the checkpoint.
 void DatabaseCore::requestCheckpoint() {
     if (isClosed_ || isCheckpointPending_.exchange(true)) return;
-    auto ticket = scheduler_->runAsync(nullptr, &writers_, [self = shared_from_this()] {
-        self->isCheckpointPending_ = false;
+    try {
+        auto ticket = scheduler_->runAsync(
+            nullptr, &writers_, [self = shared_from_this()] { self->runRequestedCheckpoint(); });
+        const std::lock_guard lock(checkpointMutex_);
+        checkpointTicket_ = std::move(ticket);
+    } catch (const std::bad_alloc&) {  // a later commit asks again
+        isCheckpointPending_ = false;
+    }
+}
+
+void DatabaseCore::runRequestedCheckpoint() noexcept {
+    isCheckpointPending_ = false;
+    try {
         Error error;
-        if (!self->isClosed_ && !self->runCheckpoint(&error))
+        if (!isClosed_ && !runCheckpoint(&error))
             log("Warning: a checkpoint failed: " + error.description);
-    });
-    const std::lock_guard lock(checkpointMutex_);
-    checkpointTicket_ = std::move(ticket);
+    } catch (const std::bad_alloc&) {  // the log stays longer; a later commit asks again
+    }
 }
 
 bool DatabaseCore::checkpoint(Error* error) {
     bool isDone = false;
-    scheduler_->runSync(nullptr, &writers_, [&] { isDone = runCheckpoint(error); });
+    try {
+        scheduler_->runSync(nullptr, &writers_, [&] { isDone = runCheckpoint(error); });
+    } catch (const std::bad_alloc&) {
+        reportNoMemory(error, path());
+    }
     return isDone;
 }
 
@@ -100,19 +114,14 @@ bool DatabaseCore::runCheckpoint(Error* error) {
 /// log. Nobody waits: a reader that is busy keeps the log until it moves.
 void DatabaseCore::restartPinnedReads() {
     const std::uint64_t newest = history_.newestSnapshot();
-    std::vector<std::pair<ConnectionCore*, TransactionScheduler::Turn>> resting;
+    TakenTurns resting(*scheduler_);
     forEachConnection([&](ConnectionCore& connection) {
-        if (!connection.isPinned()) return;
-        if (auto turn = scheduler_->tryTake(connection.lane()))
-            resting.emplace_back(&connection, std::move(turn));
-        else
-            isLogBlocked_ = true;
+        if (connection.isPinned() && !resting.take(connection)) isLogBlocked_ = true;
     });
-    for (const auto& [connection, turn] : resting) {
-        if (connection->snapshot() != newest) isLogBlocked_ = true;
-        connection->restartPinnedRead(newest);
-        scheduler_->giveBack(turn);
-    }
+    resting.useEach([&](ConnectionCore& connection) {
+        if (connection.snapshot() != newest) isLogBlocked_ = true;
+        connection.restartPinnedRead(newest);
+    });
 }
 
 void DatabaseCore::warnAboutLog() {

@@ -1,5 +1,6 @@
 // Registering and removing extensions, as writes of a connection that only this file uses.
 #include <exception>
+#include <functional>
 #include <new>
 
 #include "store/detail/ConnectionCore.h"
@@ -28,8 +29,8 @@ bool DatabaseCore::runWrite(const std::shared_ptr<YapDatabase>& database,
 bool DatabaseCore::registerExtension(const std::shared_ptr<YapDatabase>& database,
                                      const std::shared_ptr<YapDatabaseExtension>& extension,
                                      const std::string& name, Error* error) {
-    Error cause;
     const auto setUp = [&](ConnectionCore& connection) {
+        Error cause;
         if (!setUpExtension(connection, extension, name, &cause)) {
             connection.fail(cause);
             return;
@@ -37,8 +38,24 @@ bool DatabaseCore::registerExtension(const std::shared_ptr<YapDatabase>& databas
         // A pinned connection learns of the extension by moving over a commit.
         if (hasPinnedConnection()) connection.active().mustCommit = true;
     };
+    return runWriteOfExtension(database, std::cref(setUp), error);
+}
+
+bool DatabaseCore::unregisterExtension(const std::shared_ptr<YapDatabase>& database,
+                                       const std::string& name, Error* error) {
+    const auto tearDown = [&](ConnectionCore& connection) {
+        Error cause;
+        if (!tearDownExtension(connection, name, &cause)) connection.fail(cause);
+    };
+    return runWriteOfExtension(database, std::cref(tearDown), error);
+}
+
+/// What an extension throws is an error of the operation.
+bool DatabaseCore::runWriteOfExtension(const std::shared_ptr<YapDatabase>& database,
+                                       const std::function<void(ConnectionCore&)>& block,
+                                       Error* error) {
     try {
-        return runWrite(database, setUp, error);
+        return runWrite(database, block, error);
     } catch (const std::bad_alloc&) {
         reportNoMemory(error, path());
     } catch (const std::exception& exception) {
@@ -46,17 +63,6 @@ bool DatabaseCore::registerExtension(const std::shared_ptr<YapDatabase>& databas
                fileError(YapDatabaseErrorCode::extension, path(), "changed", exception.what()));
     }
     return false;
-}
-
-bool DatabaseCore::unregisterExtension(const std::shared_ptr<YapDatabase>& database,
-                                       const std::string& name, Error* error) {
-    Error cause;
-    return runWrite(
-        database,
-        [&](ConnectionCore& connection) {
-            if (!tearDownExtension(connection, name, &cause)) connection.fail(cause);
-        },
-        error);
 }
 
 }  // namespace qsml::detail

@@ -8,6 +8,7 @@
 #include "store/YapDatabaseException.h"
 #include "store/detail/ConnectionCore.h"
 #include "store/detail/DatabaseSchema.h"
+#include "store/detail/TakenTurns.h"
 #include "store/detail/forkGeneration.h"
 
 namespace qsml::detail {
@@ -132,16 +133,14 @@ bool DatabaseCore::hasPinnedConnection() {
 
 /// Connections that are at rest empty their caches now, the others when their next turn begins.
 void DatabaseCore::flushMemory() {
-    std::vector<std::pair<ConnectionCore*, TransactionScheduler::Turn>> resting;
+    TakenTurns resting(*scheduler_);
     forEachConnection([&](ConnectionCore& connection) {
         connection.settings().mustFlushMemory = true;
-        if (auto turn = scheduler_->tryTake(connection.lane()))
-            resting.emplace_back(&connection, std::move(turn));
+        (void)resting.take(connection);
     });
-    for (const auto& [connection, turn] : resting) {
-        if (connection != registrar_.get()) connection->applySettings();
-        scheduler_->giveBack(turn);
-    }
+    resting.useEach([&](ConnectionCore& connection) {
+        if (&connection != registrar_.get()) connection.applySettings();
+    });
 }
 
 void DatabaseCore::forgetPassedCommits() {

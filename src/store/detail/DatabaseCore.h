@@ -85,7 +85,10 @@ private:
     bool prepareFile(Error* error);
     bool runWrite(const std::shared_ptr<YapDatabase>& database,
                   const std::function<void(ConnectionCore&)>& block, Error* error);
+    bool runWriteOfExtension(const std::shared_ptr<YapDatabase>& database,
+                             const std::function<void(ConnectionCore&)>& block, Error* error);
     void requestCheckpoint();
+    void runRequestedCheckpoint() noexcept;
     bool runCheckpoint(Error* error);
     bool openCheckpointHandle(Error* error);
     void restartPinnedReads();

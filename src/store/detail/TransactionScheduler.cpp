@@ -1,6 +1,5 @@
 #include "store/detail/TransactionScheduler.h"
 
-#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -10,14 +9,18 @@ namespace qsml::detail {
 
 struct TransactionScheduler::Item {
     std::array<Lane*, 2> lanes{};
-    std::function<void()> work;  // of an asynchronous item
+    std::array<Item*, 2> before{}, after{};  // in each lane
+    std::function<void()> work;              // of an asynchronous item
+    std::shared_ptr<Item> self;              // keeps an asynchronous item while it is in its lanes
     std::condition_variable turn;
     bool isReady = false;
     bool isCancelled = false;
     bool hasBegun = false;
     bool isSync = false;
     const void* thread = nullptr;    // that runs it
-    std::shared_ptr<Item> waitsFor;  // a synchronous item that its thread has started inside it
+    const Item* waitsFor = nullptr;  // a synchronous item that its thread has started inside it
+
+    std::size_t placeIn(const Lane* lane) const { return lanes[0] == lane ? 0 : 1; }
 };
 
 namespace {
@@ -37,60 +40,70 @@ TransactionScheduler::TransactionScheduler(std::shared_ptr<Executor> executor)
 
 TransactionScheduler::~TransactionScheduler() = default;
 
-std::shared_ptr<TransactionScheduler::Item> TransactionScheduler::enqueue(Lane* connection,
-                                                                          Lane* writers) {
-    auto item = std::make_shared<Item>();
+void TransactionScheduler::enqueue(Item& item, Lane* connection, Lane* writers) noexcept {
+    std::size_t place = 0;
     for (Lane* lane : {connection, writers}) {
         if (!lane) continue;
-        try {
-            lane->items_.push_back(item);
-        } catch (...) {
-            if (item->lanes[0]) item->lanes[0]->items_.pop_back();
-            throw;
-        }
-        item->lanes[item->lanes[0] ? 1 : 0] = lane;
+        item.lanes[place] = lane;
+        item.before[place] = lane->last_;
+        if (lane->last_)
+            lane->last_->after[lane->last_->placeIn(lane)] = &item;
+        else
+            lane->first_ = &item;
+        lane->last_ = &item;
+        ++place;
     }
-    return item;
+}
+
+void TransactionScheduler::dequeue(Item& item) noexcept {
+    for (std::size_t place = 0; place < item.lanes.size(); ++place) {
+        Lane* lane = item.lanes[place];
+        if (!lane) continue;
+        Item* const before = item.before[place];
+        Item* const after = item.after[place];
+        (before ? before->after[before->placeIn(lane)] : lane->first_) = after;
+        (after ? after->before[after->placeIn(lane)] : lane->last_) = before;
+    }
 }
 
 bool TransactionScheduler::isFirst(const Item& item) const {
     for (const Lane* lane : item.lanes)
-        if (lane && lane->items_.front().get() != &item) return false;
+        if (lane && lane->first_ != &item) return false;
     return true;
 }
 
-void TransactionScheduler::runSync(Lane* connection, Lane* writers,
-                                   const std::function<void()>& work) {
-    std::shared_ptr<Item> item;
+void TransactionScheduler::runInTurn(Lane* connection, Lane* writers,
+                                     const std::function<void()>& work) {
+    Item item;
     auto* outer = static_cast<Item*>(currentItem);
     {
         std::unique_lock lock(mutex_);
-        item = enqueue(connection, writers);
+        enqueue(item, connection, writers);
         if (outer) {
             try {
-                refuseToWaitForItself(*item);
+                refuseToWaitForItself(item);
             } catch (...) {
-                for (Lane* lane : item->lanes)
-                    if (lane) lane->items_.pop_back();
+                dequeue(item);
                 throw;
             }
-            outer->waitsFor = item;
+            outer->waitsFor = &item;
         }
-        item->isSync = true;
-        item->isReady = isFirst(*item);
-        item->turn.wait(lock, [&] { return item->isReady; });
-        item->thread = thisThread();
+        item.isSync = true;
+        item.isReady = isFirst(item);
+        item.turn.wait(lock, [&] { return item.isReady; });
+        item.thread = thisThread();
     }
     run(item, work, outer);
 }
 
 TransactionScheduler::Ticket TransactionScheduler::runAsync(Lane* connection, Lane* writers,
                                                             std::function<void()> work) {
-    std::shared_ptr<Item> item;
+    const auto item = std::make_shared<Item>();
+    item->work = std::move(work);
     {
         const std::lock_guard lock(mutex_);
-        item = enqueue(connection, writers);
-        item->work = std::move(work);
+        enqueue(*item, connection, writers);
+        item->self = item;
         if (!isFirst(*item)) return item;
         item->isReady = true;
     }
@@ -108,8 +121,8 @@ bool TransactionScheduler::cancel(const Ticket& ticket) {
         if (item->hasBegun || item->isCancelled) return false;
         item->isCancelled = true;
         work = std::move(item->work);
-        for (Lane* lane : item->lanes)
-            if (lane) std::erase(lane->items_, item);
+        dequeue(*item);
+        item->self = nullptr;
         for (std::size_t i = 0; i < ready.size(); ++i) collectReady(item->lanes[i], &ready[i]);
     }
     for (const auto& next : ready)
@@ -118,9 +131,10 @@ bool TransactionScheduler::cancel(const Ticket& ticket) {
 }
 
 TransactionScheduler::Turn TransactionScheduler::tryTake(Lane& connection) {
+    Turn turn = std::make_shared<Item>();
     const std::lock_guard lock(mutex_);
-    if (!connection.items_.empty()) return nullptr;
-    Turn turn = enqueue(&connection, nullptr);
+    if (connection.first_) return nullptr;
+    enqueue(*turn, &connection, nullptr);
     turn->isReady = turn->isSync = true;
     turn->thread = thisThread();
     return turn;
@@ -136,7 +150,7 @@ void TransactionScheduler::start(const std::shared_ptr<Item>& item) {
         }
         // What the work holds may hold the last reference to a connection: it goes after the turn.
         const std::function<void()> work = std::move(item->work);
-        self->run(item, work, nullptr);
+        self->run(*item, work, nullptr);
     };
     try {
         executor_->post(body);
@@ -145,13 +159,12 @@ void TransactionScheduler::start(const std::shared_ptr<Item>& item) {
     }
 }
 
-void TransactionScheduler::run(const std::shared_ptr<Item>& item, const std::function<void()>& work,
-                               Item* outer) {
+void TransactionScheduler::run(Item& item, const std::function<void()>& work, Item* outer) {
     struct Running {
         TransactionScheduler& scheduler;
-        const std::shared_ptr<Item>& item;
+        Item& item;
         Item* waiting;
-        void* before = std::exchange(currentItem, static_cast<void*>(item.get()));
+        void* before = std::exchange(currentItem, static_cast<void*>(&item));
         ~Running() {
             currentItem = before;
             scheduler.finish(item, waiting);
@@ -160,29 +173,30 @@ void TransactionScheduler::run(const std::shared_ptr<Item>& item, const std::fun
     work();
 }
 
-void TransactionScheduler::finish(const std::shared_ptr<Item>& item, Item* outer) noexcept {
+void TransactionScheduler::finish(Item& item, Item* outer) noexcept {
     std::array<std::shared_ptr<Item>, 2> ready;
+    std::shared_ptr<Item> self;  // goes outside the mutex
     {
         const std::lock_guard lock(mutex_);
         if (outer) outer->waitsFor = nullptr;
-        item->thread = nullptr;
-        for (Lane* lane : item->lanes)
-            if (lane) lane->items_.pop_front();
-        for (std::size_t i = 0; i < ready.size(); ++i) collectReady(item->lanes[i], &ready[i]);
+        item.thread = nullptr;
+        dequeue(item);
+        self = std::move(item.self);
+        for (std::size_t i = 0; i < ready.size(); ++i) collectReady(item.lanes[i], &ready[i]);
     }
     for (const auto& next : ready)
         if (next) start(next);
 }
 
 void TransactionScheduler::collectReady(Lane* lane, std::shared_ptr<Item>* ready) {
-    if (!lane || lane->items_.empty()) return;
-    const auto& next = lane->items_.front();
+    if (!lane || !lane->first_) return;
+    Item* const next = lane->first_;
     if (next->isReady || !isFirst(*next)) return;
     next->isReady = true;
     if (next->isSync)
         next->turn.notify_one();
     else
-        *ready = next;
+        *ready = next->self;
 }
 
 void TransactionScheduler::refuseToWaitForItself(Item& item) const {
@@ -211,12 +225,9 @@ const TransactionScheduler::Item* TransactionScheduler::ownItemBefore(
     if (!seen.insert(&item).second) return nullptr;
     if (item.thread == thisThread()) return &item;
     if (item.thread) return item.waitsFor ? ownItemBefore(*item.waitsFor, seen) : nullptr;
-    for (const Lane* lane : item.lanes) {
-        if (!lane) continue;
-        const auto place = std::find_if(lane->items_.rbegin(), lane->items_.rend(),
-                                        [&](const auto& other) { return other.get() == &item; });
-        if (place == lane->items_.rend() || std::next(place) == lane->items_.rend()) continue;
-        if (const Item* own = ownItemBefore(**std::next(place), seen)) return own;
+    for (const Item* ahead : item.before) {
+        if (!ahead) continue;
+        if (const Item* own = ownItemBefore(*ahead, seen)) return own;
     }
     return nullptr;
 }

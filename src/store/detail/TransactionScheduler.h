@@ -1,7 +1,6 @@
 #pragma once
 #include <condition_variable>
 #include <cstddef>
-#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -27,14 +26,19 @@ public:
 
     class Lane {
         friend class TransactionScheduler;
-        std::deque<std::shared_ptr<Item>> items_;
+        Item* first_ = nullptr;  // of a chain that runs through the items: waiting needs no memory
+        Item* last_ = nullptr;
     };
 
     explicit TransactionScheduler(std::shared_ptr<Executor> executor);
     ~TransactionScheduler();
 
-    /// Runs the work in its turn and returns after it. Either lane may be null.
-    void runSync(Lane* connection, Lane* writers, const std::function<void()>& work);
+    /// Runs the work in its turn and returns after it. Either lane may be null. Needs no memory, so
+    /// that it can serve destructors.
+    template <class Work>
+    void runSync(Lane* connection, Lane* writers, Work&& work) {
+        runInTurn(connection, writers, std::ref(work));
+    }
     /// The work must not throw.
     Ticket runAsync(Lane* connection, Lane* writers, std::function<void()> work);
     /// Takes back an item that has not begun; true when it will not run.
@@ -42,14 +46,16 @@ public:
     /// Takes the lane for the calling thread, when it is empty; null when it is not.
     using Turn = std::shared_ptr<Item>;
     Turn tryTake(Lane& connection);
-    void giveBack(const Turn& turn) noexcept { finish(turn, nullptr); }
+    void giveBack(const Turn& turn) noexcept { finish(*turn, nullptr); }
 
 private:
-    std::shared_ptr<Item> enqueue(Lane* connection, Lane* writers);
+    void runInTurn(Lane* connection, Lane* writers, const std::function<void()>& work);
+    void enqueue(Item& item, Lane* connection, Lane* writers) noexcept;
+    void dequeue(Item& item) noexcept;
     bool isFirst(const Item& item) const;
     void start(const std::shared_ptr<Item>& item);
-    void run(const std::shared_ptr<Item>& item, const std::function<void()>& work, Item* outer);
-    void finish(const std::shared_ptr<Item>& item, Item* outer) noexcept;
+    void run(Item& item, const std::function<void()>& work, Item* outer);
+    void finish(Item& item, Item* outer) noexcept;
     void collectReady(Lane* lane, std::shared_ptr<Item>* ready);
     void refuseToWaitForItself(Item& item) const;
     const Item* ownItemBefore(const Item& item, std::set<const Item*>& seen) const;
