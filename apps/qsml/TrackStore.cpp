@@ -68,6 +68,7 @@ public:
     std::optional<OrderedSet<String>> entities(const std::vector<std::string>& names,
                                                std::string_view collection) {
         std::vector<String> uuids;
+        uuids.reserve(names.size());
         for (const std::string& name : names) uuids.push_back(entity<Entity>(name, collection));
         if (uuids.empty()) return std::nullopt;
         return OrderedSet<String>(std::move(uuids));

@@ -9,9 +9,8 @@
 #include "commands.h"
 #include "output.h"
 
+namespace qsml::app {
 namespace {
-
-using namespace qsml::app;
 
 /// The command line as a tree, and the command that it named.
 class CommandLine {
@@ -122,9 +121,8 @@ int run(const CommandLine& line) {
     }
 }
 
-}  // namespace
-
-int main(int count, char** arguments) {
+/// The whole program; answers its exit status.
+int runProgram(int count, char** arguments) {
     // A reader that has seen enough (`| head`) ends us quietly; a file that may not grow is an
     // error.
     std::signal(SIGPIPE, SIG_DFL);
@@ -139,3 +137,8 @@ int main(int count, char** arguments) {
     }
     return run(line);
 }
+
+}  // namespace
+}  // namespace qsml::app
+
+int main(int count, char** arguments) { return qsml::app::runProgram(count, arguments); }

@@ -16,7 +16,7 @@ public:
     /// What the server fills in.
     struct SystemFields {
         String recordChangeTag = {};  ///< nil until the server has stored the record; compare for
-                                 ///< equality only
+                                      ///< equality only
         std::optional<Date> creationDate = {};
         std::optional<Date> modificationDate = {};
         String creatorUserRecordName = {};

@@ -4,15 +4,15 @@
 
 namespace qsml {
 
-KeyMapping::KeyMapping(std::vector<std::pair<String, String>> pairs) {
-    for (auto& [from, to] : pairs) {
+KeyMapping::KeyMapping(const std::vector<std::pair<String, String>>& pairs) {
+    for (const auto& [from, to] : pairs) {
         const auto place = std::lower_bound(pairs_.begin(), pairs_.end(), from,
                                             [](const std::pair<String, String>& pair,
                                                const String& key) { return pair.first < key; });
         if (place != pairs_.end() && place->first == from)
-            place->second = std::move(to);
+            place->second = to;
         else
-            pairs_.emplace(place, std::move(from), std::move(to));
+            pairs_.emplace(place, from, to);
     }
 }
 
@@ -27,7 +27,7 @@ KeyMapping KeyMapping::inverse() const {
     std::vector<std::pair<String, String>> reversed;
     reversed.reserve(pairs_.size());
     for (const auto& [from, to] : pairs_) reversed.emplace_back(to, from);
-    return KeyMapping(std::move(reversed));
+    return KeyMapping(reversed);
 }
 
 }  // namespace qsml

@@ -11,7 +11,7 @@ class QSML_EXPORT KeyMapping {
 public:
     KeyMapping() = default;
     /// Later pairs win over earlier ones of the same first name.
-    explicit KeyMapping(std::vector<std::pair<String, String>> pairs);
+    explicit KeyMapping(const std::vector<std::pair<String, String>>& pairs);
 
     /// Nil for an unknown name.
     String operator[](std::string_view key) const;

@@ -1,4 +1,6 @@
 #pragma once
+#include <type_traits>
+
 #include "core/PLXDatabaseObjectException.h"
 #include "core/RecordClass.h"
 #include "core/recordMacros.h"
@@ -90,7 +92,7 @@ protected:
 
     /// The common setter of every line.
     template <class T>
-    void assign(std::string_view key, T& field, T&& value) {
+    void assign(std::string_view key, T& field, std::type_identity_t<T>&& value) {
         if (!isTracked(key)) {
             field = std::move(value);
             return;

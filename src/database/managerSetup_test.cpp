@@ -133,8 +133,9 @@ TEST_F(GivenNoFile, WhenACommitIsAnnouncedBeforeSetupThenBothNotificationsComeWi
                             "PLXUIDatabaseConnectionDidUpdateNotification"}));
 }
 
-TEST_F(GivenNoFile, WhenACallThatOpensOrLocksFailsThenSetupSaysSoOrEverythingWorks) {
-    FaultyFiles files;
+TEST_F(GivenNoFile, WhenACallOfTheSystemFailsThenSetupSaysSoOrEverythingWorks) {
+    // Never taken out of service: a pool thread may be the last to hold a file.
+    static FaultyFiles& files = *new FaultyFiles;
     files.skipSyncs();
     DispatchQueue queue("tests.notifications");
     LogCapture log;
@@ -166,9 +167,7 @@ TEST_F(GivenNoFile, WhenACallThatOpensOrLocksFailsThenSetupSaysSoOrEverythingWor
         EXPECT_TRUE(manager->uiDatabaseConnection()->isInLongLivedReadTransaction());
         writeRow(*manager);
     };
-    constexpr FileCall opening = FileCall::open | FileCall::lock | FileCall::shmMap |
-                                 FileCall::shmLock | FileCall::size | FileCall::access;
-    EXPECT_GT(forEachFailingCall(files, {opening}, {prepare, setup, verify}), 10U);
+    EXPECT_GT(forEachFailingCall(files, {anyFileCall}, {prepare, setup, verify}), 10U);
     manager.reset();
     queue.sync([] {});  // nothing may hold a file when its VFS goes
 }

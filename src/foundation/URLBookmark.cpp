@@ -109,9 +109,9 @@ std::optional<Bookmark> readBookmark(const Data& data) {
     bookmark.path = reader.text(reader.number(4));
     const std::uint64_t hasRelative = reader.number(1);
     std::string relative = reader.text(reader.number(4));
-    if (hasRelative == 1) bookmark.relativePath = std::move(relative);
     const bool sound = reader.ok() && reader.atEnd() && hasRelative <= 1 &&
                        bookmark.path.starts_with('/') && (hasRelative == 1 || relative.empty());
+    if (hasRelative == 1) bookmark.relativePath = std::move(relative);
     return sound ? std::optional(std::move(bookmark)) : std::nullopt;
 }
 

@@ -105,8 +105,7 @@ void WorkerPool::stopForExit() {
     leaving_ = true;
     // A block that itself calls exit() cannot be waited for.
     const std::size_t own = poolOfThisThread == this ? 1 : 0;
-    changed_.wait_for(lock, longestWaitAtExit,
-                      [&] { return blocks_.empty() && running_ <= own; });
+    changed_.wait_for(lock, longestWaitAtExit, [&] { return blocks_.empty() && running_ <= own; });
     stopped_ = true;
     // What still waits stays undestroyed: what it holds may need what this exit destroys.
     changed_.notify_all();

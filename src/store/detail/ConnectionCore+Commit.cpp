@@ -122,7 +122,7 @@ bool ConnectionCore::commit(Error* error) {
     return true;
 }
 
-void ConnectionCore::afterCommit(CommitRecord record) {
+void ConnectionCore::afterCommit(const CommitRecord& record) {
     database_.history().confirmPending();
     state_ = record.state;
     snapshot_.store(record.commit->snapshot, std::memory_order_release);

@@ -193,7 +193,7 @@ private:
     bool hasChanges();
     CommitRecord makeRecord();
     SnapshotStatePointer nextState();
-    void afterCommit(CommitRecord record);
+    void afterCommit(const CommitRecord& record);
     void adoptRegistration();
     void abandon() noexcept;
     bool reportFailure(Error* error);

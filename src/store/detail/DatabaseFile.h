@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "foundation/Error.h"
 
@@ -21,11 +22,7 @@ public:
     const std::string& path() const { return path_; }
 
 private:
-    struct Identity {
-        std::uint64_t device = 0;
-        std::uint64_t inode = 0;
-        friend auto operator<=>(const Identity&, const Identity&) = default;
-    };
+    using Identity = std::pair<std::uint64_t, std::uint64_t>;  // device and inode
     struct Registry;
     DatabaseFile(std::string path, Identity identity)
         : path_(std::move(path)), identity_(identity) {}

@@ -109,7 +109,11 @@ bool verify(SqliteHandle& handle, std::int64_t application, Error* error) {
 bool useLog(SqliteHandle& handle, Error* error) {
     Statement pragma("PRAGMA journal_mode=WAL");
     Query query(pragma, handle.get());
-    if (query.row() && query.text(0) == "wal") return true;
+    // The switch is committed only when the statement ends, after its row.
+    const bool usesLog = query.row() && query.text(0) == "wal";
+    while (query.ok() && query.row()) {
+    }
+    if (usesLog && query.ok()) return true;
     report(error, query.ok() ? fileError(SQLITE_CANTOPEN, handle.path(), "opened",
                                          "its file system offers no shared memory")
                              : handle.lastError("opened"));
