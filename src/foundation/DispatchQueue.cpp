@@ -102,7 +102,10 @@ void DispatchQueue::State::run(std::uint64_t generation) {
         lock.lock();
     }
     phase_ = Phase::idle;
-    passTurn(lock);
+    try {
+        passTurn(lock);
+    } catch (const std::exception&) {  // nobody to tell; the next to join the line tries again
+    }
 }
 
 void DispatchQueue::State::takeTurn() {
@@ -206,6 +209,10 @@ DispatchQueue::~DispatchQueue() { state_->close(); }
 const std::string& DispatchQueue::label() const { return state_->label; }
 
 void DispatchQueue::async(std::function<void()> block) { state_->async(std::move(block)); }
+
+DispatchQueue::Poster DispatchQueue::poster() const {
+    return [state = state_](std::function<void()> block) { state->async(std::move(block)); };
+}
 
 void DispatchQueue::sync(const std::function<void()>& block) {
     const auto state = state_;  // the block may destroy the queue

@@ -33,6 +33,10 @@ public:
 
     const std::string& label() const;
     void async(std::function<void()> block);
+    /// Appends blocks as async() does, and may outlive the queue: it drops them once the queue is
+    /// gone.
+    using Poster = std::function<void(std::function<void()>)>;
+    Poster poster() const;
     /// Runs the block on the calling thread when its turn comes and returns after it. Throws
     /// std::logic_error when called from a block of this same queue: it would wait for itself. On
     /// the main queue the block runs where the main queue's blocks run.

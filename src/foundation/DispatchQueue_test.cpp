@@ -242,3 +242,17 @@ TEST(GivenManyQueues, WhenTheirBlocksEnterOthersSynchronouslyThenNobodyWaitsForE
     all.get_future().wait();
     for (auto& queue : queues) queue->sync([] {});
 }
+
+TEST(GivenAPosterOfAQueue, WhenItPostsThenTheBlockRunsAndWhenTheQueueIsGoneItIsDropped) {
+    auto queue = std::make_unique<DispatchQueue>("q");
+    const DispatchQueue::Poster post = queue->poster();
+    bool ran = false;
+    post([&] { ran = true; });
+    queue->sync([] {});
+    EXPECT_TRUE(ran);
+
+    queue = nullptr;
+    const auto held = std::make_shared<int>(0);
+    post([held] { ADD_FAILURE() << "the queue is gone"; });
+    EXPECT_EQ(held.use_count(), 1) << "a dropped block is not kept";
+}

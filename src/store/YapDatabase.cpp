@@ -83,16 +83,16 @@ void YapDatabase::asyncRegisterExtension(std::shared_ptr<YapDatabaseExtension> e
                                          std::function<void(bool ready)> completion,
                                          DispatchQueue* completionQueue) {
     core_->refuseInForkedChild();
-    auto* queue = completionQueue ? completionQueue : &core_->notificationQueue();
+    auto post = completionQueue ? completionQueue->poster() : core_->notify();
     core_->scheduler().runAsync(nullptr, &core_->writers(),
                                 [self = shared_from_this(), extension = std::move(extension), name,
-                                 completion = std::move(completion), queue] {
+                                 completion = std::move(completion), post = std::move(post)] {
                                     Error error;
                                     const bool isDone = self->core_->registerExtension(
                                         self, extension, name, &error);
                                     if (!isDone) log("Warning: " + error.description);
                                     if (completion)
-                                        queue->async([completion, isDone] { completion(isDone); });
+                                        post([completion, isDone] { completion(isDone); });
                                 });
 }
 

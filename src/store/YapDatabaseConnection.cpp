@@ -85,11 +85,11 @@ void YapDatabaseConnection::asyncRead(ReadBlock block, std::function<void()> com
                                       DispatchQueue* completionQueue) {
     auto& database = core_->database();
     database.refuseInForkedChild();
-    auto* queue = completionQueue ? completionQueue : &database.notificationQueue();
+    auto post = completionQueue ? completionQueue->poster() : database.notify();
     database.scheduler().runAsync(
         &core_->lane(), nullptr,
         [self = shared_from_this(), block = std::move(block), completion = std::move(completion),
-         queue] {
+         post = std::move(post)] {
             Error error;
             try {
                 if (!self->core_->read(self, block, &error))
@@ -97,7 +97,7 @@ void YapDatabaseConnection::asyncRead(ReadBlock block, std::function<void()> com
             } catch (...) {
                 error = errorOfException(self->core_->handle().path());
             }
-            if (completion) queue->async(completion);
+            if (completion) post(completion);
         });
 }
 
@@ -106,10 +106,10 @@ void YapDatabaseConnection::asyncReadWrite(ReadWriteBlock block, Completion comp
     auto& database = core_->database();
     database.refuseInForkedChild();
     refuseImplicitEnd(*core_, core_->settings().throwsForImplicitEnd);
-    auto* queue = completionQueue ? completionQueue : &database.notificationQueue();
+    auto post = completionQueue ? completionQueue->poster() : database.notify();
     database.scheduler().runAsync(&core_->lane(), &database.writers(),
                                   [self = shared_from_this(), block = std::move(block),
-                                   completion = std::move(completion), queue] {
+                                   completion = std::move(completion), post = std::move(post)] {
                                       Error error;
                                       try {
                                           if (self->core_->readWrite(self, block, &error))
@@ -121,7 +121,7 @@ void YapDatabaseConnection::asyncReadWrite(ReadWriteBlock block, Completion comp
                                           error = errorOfException(self->core_->handle().path());
                                       }
                                       if (completion)
-                                          queue->async([completion, error] { completion(error); });
+                                          post([completion, error] { completion(error); });
                                   });
 }
 
@@ -129,11 +129,11 @@ void YapDatabaseConnection::flushTransactions(std::function<void()> completion,
                                               DispatchQueue* completionQueue) {
     auto& database = core_->database();
     database.refuseInForkedChild();
-    auto* queue = completionQueue ? completionQueue : &database.notificationQueue();
+    auto post = completionQueue ? completionQueue->poster() : database.notify();
     database.scheduler().runAsync(
         &core_->lane(), nullptr,
-        [self = shared_from_this(), completion = std::move(completion), queue] {
-            if (completion) queue->async(completion);
+        [self = shared_from_this(), completion = std::move(completion), post = std::move(post)] {
+            if (completion) post(completion);
         });
 }
 

@@ -3,7 +3,10 @@
 #include <atomic>
 
 #include "foundation/NotificationCenter.h"
+#include "store/YapDatabase.h"
+#include "store/YapDatabaseConnection.h"
 #include "testing/OpenStore.h"
+#include "testing/TemporaryDirectory.h"
 
 namespace qsml {
 namespace {
@@ -99,6 +102,23 @@ TEST_F(GivenAnObserver, WhenTheDatabaseIsGoneThenClosedIsPostedAfterwardsAndNoth
     store_.close();
     EXPECT_EQ(closed, 1);
     EXPECT_TRUE(store_.open());
+}
+
+TEST(GivenANotificationQueue, WhenItGoesBeforeTheDatabaseThenCommitsAndClosingStillWork) {
+    const TemporaryDirectory directory;
+    auto queue = std::make_unique<DispatchQueue>("tests.short-lived");
+    YapDatabaseOptions options;
+    options.notificationQueue = queue.get();
+    auto database = YapDatabase::initWithPath(directory.path() + "/store.db", {}, {}, options);
+    ASSERT_TRUE(database);
+    const auto connection = database->newConnection();
+    queue = nullptr;
+    EXPECT_TRUE(connection->readWrite([](Writer& t) { t.removeAllObjectsInAllCollections(); }));
+    connection->asyncReadWrite([](Writer&) {});
+    bool done = false;
+    EXPECT_TRUE(connection->read([&](YapDatabaseReadTransaction&) { done = true; }));
+    EXPECT_TRUE(done);
+    database = nullptr;
 }
 
 }  // namespace

@@ -42,7 +42,8 @@ struct YapDatabaseOptions {
     std::string vfsName = {};
     /// Runs asynchronous transactions and checkpoints; null means the process's thread pool.
     std::shared_ptr<Executor> executor = {};
-    /// Where the modified notification and default completions run; null means the main queue.
+    /// Where the modified notification and default completions run; null means the main queue. What
+    /// waits when the queue goes is dropped.
     DispatchQueue* notificationQueue = nullptr;
 };
 

@@ -24,6 +24,8 @@ DatabaseCore::DatabaseCore(std::unique_ptr<DatabaseFile> file, YapDatabaseObject
       objects_(std::move(objects)),
       metadata_(std::move(metadata)),
       options_(std::move(options)),
+      notify_((options_.notificationQueue ? *options_.notificationQueue : DispatchQueue::main())
+                  .poster()),
       forkGeneration_(forkGeneration()),
       scheduler_(std::make_shared<TransactionScheduler>(
           options_.executor ? options_.executor : Executor::threadPool())) {}
@@ -76,7 +78,7 @@ void DatabaseCore::close() {
             checkpointHandle_.close();
         });
         file_.reset();
-        notificationQueue().async([sender = ownerIdentity_] {
+        notify_([sender = ownerIdentity_] {
             NotificationCenter::defaultCenter().post(
                 {.name = std::string(YapDatabaseClosedNotification), .sender = sender});
         });
@@ -85,10 +87,6 @@ void DatabaseCore::close() {
 }
 
 bool DatabaseCore::isForkedChild() const { return forkGeneration_ != forkGeneration(); }
-
-DispatchQueue& DatabaseCore::notificationQueue() const {
-    return options_.notificationQueue ? *options_.notificationQueue : DispatchQueue::main();
-}
 
 SqliteSettings DatabaseCore::sqliteSettings() const {
     return {.vfsName = options_.vfsName,
@@ -183,7 +181,7 @@ void DatabaseCore::announceCommits() {
 }
 
 void DatabaseCore::postCommit(const std::shared_ptr<const YapDatabaseCommit>& commit) {
-    notificationQueue().async([weak = owner_, commit] {
+    notify_([weak = owner_, commit] {
         const auto database = weak.lock();
         if (!database) return;
         Notification notification{.name = std::string(YapDatabaseModifiedNotification),

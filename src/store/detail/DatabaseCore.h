@@ -38,7 +38,8 @@ public:
     WriterLock& writerLock() { return writerLock_; }
     CollectionNames& collections() { return collections_; }
     CommitHistory& history() { return history_; }
-    DispatchQueue& notificationQueue() const;
+    /// To the notification queue, which may go before the last connection does.
+    const DispatchQueue::Poster& notify() const { return notify_; }
     SqliteSettings sqliteSettings() const;
     bool isForkedChild() const;
     /// Throws YapDatabaseException in a forked child.
@@ -100,6 +101,7 @@ private:
     YapDatabaseObjectCallbacks objects_;
     YapDatabaseObjectCallbacks metadata_;
     YapDatabaseOptions options_;
+    DispatchQueue::Poster notify_;
     std::uint32_t forkGeneration_;
     std::shared_ptr<TransactionScheduler> scheduler_;
     TransactionScheduler::Lane writers_;
