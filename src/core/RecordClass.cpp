@@ -82,7 +82,7 @@ void RecordClass::mapCloudKeys() {
         pairs.emplace_back(name, name);
         cloudKeys.push_back(name);
     }
-    localToCloud_ = KeyMapping(std::move(pairs));
+    localToCloud_ = KeyMapping(pairs);
     cloudToLocal_ = localToCloud_.inverse();
     cloudKeys_ = KeySet(std::move(cloudKeys));
 }
