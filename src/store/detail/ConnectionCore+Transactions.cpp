@@ -36,7 +36,8 @@ std::optional<StoreState> ConnectionCore::readState(Error* error) {
     return std::nullopt;
 }
 
-/// A rollback that failed for lack of memory leaves SQLite's transaction open: nothing could begin.
+/// Also what a rollback left that failed for lack of memory: nothing could begin. Needs no memory
+/// itself.
 void ConnectionCore::rollBackRemains() {
     if (handle_.inTransaction()) handle_.execute("ROLLBACK");
 }
@@ -101,7 +102,7 @@ bool ConnectionCore::read(const Owner& owner, const ReadBlock& block, Error* err
 
 void ConnectionCore::endPin() {
     isPinned_ = false;
-    if (handle_.inTransaction()) Query(statements_.rollback, handle_.get()).run();
+    rollBackRemains();
 }
 
 /// As beginRead, with a lack of memory as one more error.
@@ -142,7 +143,7 @@ YapDatabaseNotifications ConnectionCore::endLongLivedRead(const Owner& owner) {
 
 void ConnectionCore::restartPinnedRead(std::uint64_t newest) {
     if (!isPinned() || snapshot() != newest || !handle_.inTransaction()) return;
-    Query(statements_.rollback, handle_.get()).run();
+    rollBackRemains();
     active_.emplace();
     Error error;
     if (!beginReadOfFile(&error) || active_->state.snapshot != newest) {
