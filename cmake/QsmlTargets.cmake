@@ -8,15 +8,20 @@ macro(qsml_add_library)
     # <QSMediaLibraryData/FOLDER/NAME.h> works in the build tree as it does when installed.
     file(CREATE_LINK ${PROJECT_SOURCE_DIR}/src ${qsml_generated}/QSMediaLibraryData SYMBOLIC)
 
+    # The library finds its resources in the build tree as it does when installed.
+    file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/share)
+    file(CREATE_LINK ${PROJECT_SOURCE_DIR}/resources
+        ${PROJECT_BINARY_DIR}/share/QSMediaLibraryData SYMBOLIC)
+
     add_library(qsml_objects OBJECT)
     target_include_directories(qsml_objects PUBLIC ${PROJECT_SOURCE_DIR}/src ${qsml_generated})
     target_compile_definitions(qsml_objects PRIVATE
         QSML_VERSION_STRING="${PROJECT_VERSION}" QSML_VERSION_NUMBER=${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
-        QSML_SOURCE_RESOURCES="${PROJECT_SOURCE_DIR}/resources"
         QSML_INSTALLED_RESOURCES="${CMAKE_INSTALL_FULL_DATADIR}/QSMediaLibraryData")
     target_link_libraries(qsml_objects
         PUBLIC SQLite::SQLite3 Threads::Threads
-        PRIVATE qsml_options ICU::i18n ICU::uc fmt::fmt rapidjson PkgConfig::libmd PkgConfig::libxxhash)
+        PRIVATE qsml_options ICU::i18n ICU::uc fmt::fmt rapidjson PkgConfig::libmd PkgConfig::libxxhash
+            PkgConfig::libplist ${CMAKE_DL_LIBS})
 
     add_library(QSMediaLibraryData)
     add_library(QSMediaLibraryData::QSMediaLibraryData ALIAS QSMediaLibraryData)
@@ -30,7 +35,8 @@ macro(qsml_add_library)
         $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
         $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/QSMediaLibraryData>)
     target_link_libraries(QSMediaLibraryData PRIVATE SQLite::SQLite3 Threads::Threads
-        ICU::i18n ICU::uc fmt::fmt PkgConfig::libmd PkgConfig::libxxhash)
+        ICU::i18n ICU::uc fmt::fmt PkgConfig::libmd PkgConfig::libxxhash
+        PkgConfig::libplist ${CMAKE_DL_LIBS})
     # The options themselves, not their target, which would have to be installed with a static library.
     target_link_options(QSMediaLibraryData
         PRIVATE $<TARGET_PROPERTY:qsml_options,INTERFACE_LINK_OPTIONS>)

@@ -1,7 +1,6 @@
 #include "tracks/PLXMediaItemTitleID.h"
 
-#include <charconv>
-
+#include "foundation/JSON.h"
 #include "foundation/text.h"
 
 namespace qsml {
@@ -9,18 +8,6 @@ namespace {
 
 std::string normalised(const String& text) {
     return lowercased(trimmingWhitespaceAndNewlines(text.value_or(""))).str();
-}
-
-// The number of a JSON entry; a text counts by its longest numeric prefix, anything else is 0.
-float floatOf(const Value& entry) {
-    if (entry.kind() != Value::Kind::string) return entry.floatValue();
-    std::string_view text = trimmingWhitespaceAndNewlines(entry.string());
-    if (text.starts_with('+')) text.remove_prefix(1);
-    const std::size_t digits = text.find_first_not_of("-");
-    if (digits > 1 || text.find_first_of("0123456789.", digits) != digits) return 0;
-    float number = 0;
-    std::from_chars(text.data(), text.data() + text.size(), number);
-    return number;
 }
 
 }  // namespace
@@ -60,7 +47,7 @@ std::shared_ptr<PLXMediaItemTitleID> PLXMediaItemTitleID::initWithJSONObject(
     auto made = initWithUUID(text("uuid"));
     made->setTitle(text("title"));
     made->setArtist(text("artist"));
-    made->setDuration(floatOf(json["duration"]));
+    made->setDuration(floatOfJSONEntry(json["duration"]));
     made->setInternalID(text("internalID"));
     made->setIsrc(text("isrc"));
     if (!made->uuid()) made->setUuid(made->hashRepresentation());
