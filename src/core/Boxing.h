@@ -9,10 +9,25 @@ namespace qsml {
 
 /// How a property is written where its type leaves a choice.
 enum class ArchiveForm : std::uint8_t {
-    natural,       ///< numbers inline, collections of texts as ordered sets, of objects as arrays
-    numberObject,  ///< a number as an object of its own
-    set,           ///< a collection as a set
+    /// Numbers inline; collections of objects as arrays, and read from nothing else; collections of
+    /// texts as ordered sets, and read from any collection.
+    natural,
+    numberObject,       ///< a number as an object of its own
+    integer,            ///< a bool as an integer
+    set,                ///< a collection as a set, and read from nothing else
+    orderedSet,         ///< texts as an ordered set, and read from nothing else
+    arrayOrOrderedSet,  ///< texts as an ordered set, and read from that or an array
 };
+
+/// Whether a collection of that kind is taken under a key of that form.
+constexpr bool accepts(ArchiveForm form, Value::Kind kind) {
+    using Kind = Value::Kind;
+    if (form == ArchiveForm::set) return kind == Kind::set;
+    if (form == ArchiveForm::orderedSet) return kind == Kind::orderedSet;
+    if (form == ArchiveForm::arrayOrOrderedSet)
+        return kind == Kind::array || kind == Kind::orderedSet;
+    return kind == Kind::array;
+}
 
 /// What the property table knows of a type: its argument encoding (a setter whose encoding has no
 /// wrapper stays unguarded), its key-value form and its archive form. A new property type is a new
@@ -37,6 +52,8 @@ struct NumberBoxing {
     }
     static void encode(KeyedArchiver& coder, std::string_view key, T number, ArchiveForm form) {
         if (form == ArchiveForm::numberObject) return coder.encodeValue(key, Value(number));
+        if (form == ArchiveForm::integer)
+            return coder.encodeInt64(key, static_cast<std::int64_t>(number));
         if constexpr (std::same_as<T, bool>) coder.encodeBool(key, number);
         if constexpr (std::same_as<T, std::int64_t>) coder.encodeInt64(key, number);
         if constexpr (std::same_as<T, std::uint64_t>)
@@ -47,6 +64,10 @@ struct NumberBoxing {
     static void decode(KeyedUnarchiver& coder, std::string_view key, T& into, ArchiveForm form) {
         if (form == ArchiveForm::numberObject) {
             into = read(coder.decodeValue(key));
+            return;
+        }
+        if (form == ArchiveForm::integer) {
+            into = read(Value(coder.decodeInt64(key)));
             return;
         }
         if constexpr (std::same_as<T, bool>) into = coder.decodeBool(key);
@@ -152,8 +173,11 @@ struct Boxing<std::optional<URL>> {
 
 /// The texts of a collection value; nothing when an element is no text or the value no collection.
 QSML_EXPORT std::optional<OrderedSet<String>> textsOfCollection(const Value& value);
+/// The texts under a key whose collection is of the form; other elements are left out.
+QSML_EXPORT std::optional<OrderedSet<String>> decodeTexts(KeyedUnarchiver& coder,
+                                                          std::string_view key, ArchiveForm form);
 
-/// Keys of other records. Written as an ordered set, or with ArchiveForm::set as a set.
+/// Keys of other records, and other distinct texts.
 template <>
 struct Boxing<std::optional<OrderedSet<String>>> {
     using Texts = std::optional<OrderedSet<String>>;
@@ -170,8 +194,9 @@ struct Boxing<std::optional<OrderedSet<String>>> {
                        ArchiveForm form) {
         form == ArchiveForm::set ? coder.encodeSet(key, texts) : coder.encodeOrderedSet(key, texts);
     }
-    static void decode(KeyedUnarchiver& coder, std::string_view key, Texts& into, ArchiveForm) {
-        into = coder.decodeStrings(key);
+    static void decode(KeyedUnarchiver& coder, std::string_view key, Texts& into,
+                       ArchiveForm form) {
+        into = decodeTexts(coder, key, form);
     }
 };
 

@@ -148,10 +148,10 @@ struct Boxing<CopiedArray<T>> {
     }
     /// Elements of other classes are left out.
     static void decode(KeyedUnarchiver& coder, std::string_view key, CopiedArray<T>& into,
-                       ArchiveForm) {
+                       ArchiveForm form) {
         const Value value = coder.decodeValue(key);
-        into =
-            value.isCollection() ? CopiedArray<T>::adopting(elementsOf(value)) : CopiedArray<T>();
+        into = accepts(form, value.kind()) ? CopiedArray<T>::adopting(elementsOf(value))
+                                           : CopiedArray<T>();
     }
 
 private:

@@ -3,27 +3,12 @@
 
 #include "core/PLXDatabaseObjectException.h"
 #include "core/RecordClass.h"
+#include "core/RecordKey.h"
 #include "core/recordMacros.h"
 #include "foundation/Object.h"
 #include "foundation/UUID.h"
 
 namespace qsml {
-
-namespace detail {
-
-/// Lets the record macros make instances in one allocation while constructors stay out of reach.
-class RecordKey {
-public:
-    template <class Record, class... Source>
-    static std::shared_ptr<Record> make(const Source&... source) {
-        return std::make_shared<Record>(RecordKey(), source...);
-    }
-
-private:
-    RecordKey() = default;
-};
-
-}  // namespace detail
 
 /// The base of every stored record: an identity, immutability after load or save, and the set of
 /// keys that setters have changed. A record that is frozen refuses every monitored setter; to

@@ -14,29 +14,39 @@
 ///
 /// and once in its source: QSML_DEFINE_RECORD(PLXQueue, .storesOriginalCloudValues = true)
 
+/// What the tables of records and of value objects have in common.
+#define QSML_TABLE(Class)                                                     \
+public:                                                                       \
+    using Self = Class;                                                       \
+    [[maybe_unused]] static std::shared_ptr<Class> init();                    \
+    /** A mutable copy, of the same identity if it has one; copied deeply. */ \
+    [[maybe_unused]] std::shared_ptr<Class> copy() const;                     \
+    std::shared_ptr<::qsml::Object> copyObject() const override;              \
+    explicit Class(::qsml::detail::RecordKey) {}                              \
+    Class(::qsml::detail::RecordKey, const Class& other) : Class(other) {}    \
+    static constexpr int firstLine = __LINE__;                                \
+    template <class Table>                                                    \
+    static void describe(::qsml::AtLine<__LINE__>, Table&) {}                 \
+                                                                              \
+protected:                                                                    \
+    Class() = default;                                                        \
+    Class(const Class&) = default;                                            \
+    Class& operator=(const Class&) = delete;                                  \
+                                                                              \
+public:
+
 #define QSML_RECORD(Class, Super)                                                     \
-public:                                                                               \
-    using Self = Class;                                                               \
+    QSML_TABLE(Class)                                                                 \
     using Superclass = Super;                                                         \
     static const ::qsml::RecordClass& classObject();                                  \
     const ::qsml::RecordClass& recordClass() const override { return classObject(); } \
-    [[maybe_unused]] static std::shared_ptr<Class> init();                            \
-    [[maybe_unused]] static std::shared_ptr<Class> initWithUUID(::qsml::String uuid); \
-    /** A mutable copy with the same identity; its properties are copied deeply. */   \
-    [[maybe_unused]] std::shared_ptr<Class> copy() const;                             \
-    std::shared_ptr<::qsml::Object> copyObject() const override;                      \
-    explicit Class(::qsml::detail::RecordKey) {}                                      \
-    Class(::qsml::detail::RecordKey, const Class& other) : Class(other) {}            \
-    static constexpr int firstLine = __LINE__;                                        \
-    template <class Table>                                                            \
-    static void describe(::qsml::AtLine<__LINE__>, Table&) {}                         \
-                                                                                      \
-protected:                                                                            \
-    Class() = default;                                                                \
-    Class(const Class&) = default;                                                    \
-    Class& operator=(const Class&) = delete;                                          \
-                                                                                      \
-public:
+    [[maybe_unused]] static std::shared_ptr<Class> initWithUUID(::qsml::String uuid);
+
+/// The same for an object that records hold by value, of which there are no subclasses.
+#define QSML_VALUE_OBJECT(Class)                    \
+    QSML_TABLE(Class)                               \
+    static const ::qsml::ValueClass& classObject(); \
+    const ::qsml::ValueClass& valueClass() const override { return classObject(); }
 
 #define QSML_PROPERTY(Type, name, setter, ...) \
     QSML_PROPERTY_AS(Type, name, name, setter, __VA_ARGS__)
@@ -100,9 +110,23 @@ public:                                                                         
         record->begin(std::move(uuid));                                                   \
         return record;                                                                    \
     }                                                                                     \
-    std::shared_ptr<Class> Class::copy() const {                                          \
-        return std::static_pointer_cast<Class>(copyObject());                             \
-    }                                                                                     \
-    std::shared_ptr<::qsml::Object> Class::copyObject() const {                           \
-        return ::qsml::detail::RecordKey::make<Class>(*this);                             \
+    QSML_DEFINE_COPYING(Class)
+
+#define QSML_DEFINE_VALUE_OBJECT(Class)                                                       \
+    const ::qsml::ValueClass& Class::classObject() {                                          \
+        static const ::qsml::ValueClass& object =                                             \
+            ::qsml::ValueClass::registered(*new ::qsml::ValueClass(                           \
+                #Class, []() -> std::shared_ptr<::qsml::Object> { return init(); },           \
+                ::qsml::ownProperties<Class>()));                                             \
+        return object;                                                                        \
+    }                                                                                         \
+    std::shared_ptr<Class> Class::init() { return ::qsml::detail::RecordKey::make<Class>(); } \
+    QSML_DEFINE_COPYING(Class)
+
+#define QSML_DEFINE_COPYING(Class)                              \
+    std::shared_ptr<Class> Class::copy() const {                \
+        return std::static_pointer_cast<Class>(copyObject());   \
+    }                                                           \
+    std::shared_ptr<::qsml::Object> Class::copyObject() const { \
+        return ::qsml::detail::RecordKey::make<Class>(*this);   \
     }
