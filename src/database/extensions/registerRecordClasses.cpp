@@ -1,6 +1,8 @@
 #include "database/registerRecordClasses.h"
 
+#include "contentpacks/registerContentPackClasses.h"
 #include "core/registerCoreClasses.h"
+#include "organisation/registerOrganisationClasses.h"
 #include "tracks/registerTrackClasses.h"
 
 namespace qsml {
@@ -8,6 +10,8 @@ namespace qsml {
 void registerRecordClasses() {
     registerCoreClasses();
     registerTrackClasses();
+    registerOrganisationClasses();
+    registerContentPackClasses();
 }
 
 }  // namespace qsml

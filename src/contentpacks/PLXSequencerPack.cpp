@@ -1,0 +1,7 @@
+#include "contentpacks/PLXSequencerPack.h"
+
+namespace qsml {
+
+QSML_DEFINE_RECORD(PLXSequencerPack)
+
+}  // namespace qsml

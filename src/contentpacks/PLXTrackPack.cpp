@@ -1,0 +1,7 @@
+#include "contentpacks/PLXTrackPack.h"
+
+namespace qsml {
+
+QSML_DEFINE_RECORD(PLXTrackPack)
+
+}  // namespace qsml

@@ -1,0 +1,7 @@
+#include "organisation/PLXMediaItemTagGroup.h"
+
+namespace qsml {
+
+QSML_DEFINE_RECORD(PLXMediaItemTagGroup)
+
+}  // namespace qsml

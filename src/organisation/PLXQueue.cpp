@@ -1,0 +1,46 @@
+#include "organisation/PLXQueue.h"
+
+#include "database/PLXDatabaseManager.h"
+#include "store/YapDatabaseConnection.h"
+#include "store/YapDatabaseTransaction.h"
+
+namespace qsml {
+namespace {
+
+std::shared_ptr<const PLXQueue> storedDefaultQueue(YapDatabaseReadTransaction& transaction) {
+    return transaction.object<PLXQueue>(PLXDefaultQueueUUID, PLXDatabaseCollectionQueues);
+}
+
+/// Looks again before it writes: another thread, or another process, may have made the queue and
+/// filled it meanwhile. A row that could not be read must not be taken for an absent one.
+std::shared_ptr<const PLXQueue> storedOrNewQueue(YapDatabaseReadWriteTransaction& transaction) {
+    auto queue = storedDefaultQueue(transaction);
+    if (queue || transaction.error()) return queue;
+    queue = PLXQueue::initWithUUID(PLXDefaultQueueUUID);
+    return transaction.setObject(queue, queue->uuid(), PLXDatabaseCollectionQueues) ? queue
+                                                                                    : nullptr;
+}
+
+}  // namespace
+
+QSML_DEFINE_RECORD(PLXQueue)
+
+std::shared_ptr<const PLXQueue> PLXQueue::defaultQueue(PLXDatabaseManager& manager) {
+    const auto& connection = manager.bgDatabaseConnection();
+    if (!connection) return nullptr;
+    std::shared_ptr<const PLXQueue> queue;
+    const bool isRead = connection->read(
+        [&](YapDatabaseReadTransaction& transaction) { queue = storedDefaultQueue(transaction); });
+    if (queue || !isRead) return queue;
+    const bool isStored = connection->readWrite([&](YapDatabaseReadWriteTransaction& transaction) {
+        queue = storedOrNewQueue(transaction);
+        if (!queue) transaction.rollback();
+    });
+    return isStored ? queue : nullptr;
+}
+
+std::shared_ptr<const PLXQueue> PLXQueue::defaultQueue() {
+    return defaultQueue(PLXDatabaseManager::sharedManager());
+}
+
+}  // namespace qsml
