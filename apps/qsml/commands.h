@@ -1,6 +1,7 @@
 #pragma once
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "Importer.h"
 #include "openLibrary.h"
@@ -29,6 +30,33 @@ int runTracks(const CommonOptions& common, const TracksOptions& options);
 int runShow(const CommonOptions& common, const std::string& which);
 int runStats(const CommonOptions& common);
 int runCheck(const CommonOptions& common);
+int runTagGroups(const CommonOptions& common);
+
+/// Positions count from 1, as people see them.
+struct QueueOptions {
+    std::vector<std::string> tracks;
+    std::size_t at = 0;  ///< 0: at the end
+    std::size_t from = 1, to = 1;
+    std::vector<std::size_t> positions;
+};
+int runQueueList(const CommonOptions& common);
+int runQueueAdd(const CommonOptions& common, const QueueOptions& options);
+int runQueueMove(const CommonOptions& common, const QueueOptions& options);
+int runQueueRemove(const CommonOptions& common, const QueueOptions& options);
+int runQueueClear(const CommonOptions& common);
+
+struct HistoryOptions {
+    std::string track;
+    std::int64_t deck = 1;
+    std::string time;     ///< when the title was started, ISO 8601; empty: now
+    std::string session;  ///< a UUID or the start of one; empty: the newest
+};
+int runHistoryStart(const CommonOptions& common);
+int runHistoryAdd(const CommonOptions& common, const HistoryOptions& options);
+int runHistoryEnd(const CommonOptions& common);
+int runHistoryList(const CommonOptions& common);
+int runHistoryShow(const CommonOptions& common, const HistoryOptions& options);
+
 /// "-" reads standard input.
 int runArchive(const CommonOptions& common, const std::string& file);
 

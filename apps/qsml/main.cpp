@@ -1,3 +1,4 @@
+#include <QSMediaLibraryData/foundation/Date.h>
 #include <QSMediaLibraryData/foundation/version.h>
 
 #include <CLI/CLI.hpp>
@@ -31,6 +32,10 @@ public:
         command("check", "Verifies every record and index of the library",
                 [this] { return runCheck(common_); });
         addArchive();
+        command("tag-groups", "Lists the tag texts to choose from",
+                [this] { return runTagGroups(common_); });
+        addQueue();
+        addHistory();
     }
 
     /// Throws CLI::ParseError.
@@ -44,8 +49,17 @@ private:
         return text.empty() ? "the name is empty" : std::string();
     }
 
+    static std::string isDate(std::string& text) {
+        return dateFromISO8601(text) ? std::string() : "\"" + text + "\" is no ISO 8601 date";
+    }
+
     CLI::App* command(const char* name, const char* description, std::function<int()> run) {
-        CLI::App* const made = app_.add_subcommand(name, description);
+        return command(app_, name, description, std::move(run));
+    }
+
+    CLI::App* command(CLI::App& parent, const char* name, const char* description,
+                      std::function<int()> run) {
+        CLI::App* const made = parent.add_subcommand(name, description);
         made->add_flag("--json", common_.asJSON, "Write one JSON object a line");
         made->callback([this, run = std::move(run)] { run_ = run; });
         return made;
@@ -99,10 +113,65 @@ private:
             ->required();
     }
 
+    CLI::App& group(const char* name, const char* description) {
+        CLI::App* const made = app_.add_subcommand(name, description);
+        made->require_subcommand(1);
+        made->fallthrough();
+        return *made;
+    }
+
+    void addQueue() {
+        CLI::App& queue = group("queue", "The titles that are lined up to play next");
+        const CLI::Range position(std::size_t{1}, std::numeric_limits<std::size_t>::max());
+        command(queue, "list", "Lists the queue", [this] { return runQueueList(common_); });
+        CLI::App* made = command(queue, "add", "Puts tracks into the queue",
+                                 [this] { return runQueueAdd(common_, queue_); });
+        made->add_option("TRACK", queue_.tracks, "IDs, starts of IDs, or titles")->required();
+        made->add_option("--at", queue_.at, "Where the first is to stand (default: at the end)")
+            ->type_name("POSITION")
+            ->check(position);
+        made = command(queue, "move", "Gives an entry another position",
+                       [this] { return runQueueMove(common_, queue_); });
+        made->add_option("FROM", queue_.from, "Where it stands")->required()->check(position);
+        made->add_option("TO", queue_.to, "Where it is to stand")->required()->check(position);
+        made = command(queue, "remove", "Takes entries out of the queue",
+                       [this] { return runQueueRemove(common_, queue_); });
+        made->add_option("POSITION", queue_.positions, "Where they stand")
+            ->required()
+            ->check(position);
+        command(queue, "clear", "Takes all entries out", [this] { return runQueueClear(common_); });
+    }
+
+    void addHistory() {
+        CLI::App& history = group("history", "What was played, by session");
+        command(history, "start", "Opens a session, and ends the one that is open",
+                [this] { return runHistoryStart(common_); });
+        CLI::App* made = command(history, "add", "Records a title as played in the open session",
+                                 [this] { return runHistoryAdd(common_, history_); });
+        made->add_option("TRACK", history_.track, "An ID, the start of one, or a title")
+            ->required();
+        made->add_option("--deck", history_.deck, "The deck on which it was started")
+            ->type_name("N")
+            ->check(CLI::NonNegativeNumber)
+            ->capture_default_str();
+        made->add_option("--time", history_.time, "When it was started, ISO 8601 (default: now)")
+            ->type_name("DATE")
+            ->check(CLI::Validator(isDate, ""));
+        command(history, "end", "Ends the open session", [this] { return runHistoryEnd(common_); });
+        command(history, "list", "Lists the sessions, newest first",
+                [this] { return runHistoryList(common_); });
+        made = command(history, "show", "Shows what was played in a session",
+                       [this] { return runHistoryShow(common_, history_); });
+        made->add_option("SESSION", history_.session,
+                         "Its ID or the start of it (default: the newest)");
+    }
+
     CLI::App app_;
     CommonOptions common_;
     ImportOptions import_;
     TracksOptions tracks_;
+    QueueOptions queue_;
+    HistoryOptions history_;
     std::string argument_;
     std::function<int()> run_;
 };

@@ -1,9 +1,8 @@
 #include "output.h"
 
+#include <QSMediaLibraryData/foundation/JSON.h>
 #include <QSMediaLibraryData/foundation/text.h>
 #include <fmt/format.h>
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
 
 #include <cmath>
 #include <cstdio>
@@ -15,106 +14,65 @@ namespace qsml::app {
 
 namespace {
 
-using Writer = rapidjson::Writer<rapidjson::StringBuffer>;
-
-void writeText(Writer& writer, std::string_view text) {
-    if (!isValidUTF8(text)) return writeText(writer, printable(text));
-    writer.String(text.data() ? text.data() : "", static_cast<rapidjson::SizeType>(text.size()));
-}
-
-void writeRaw(Writer& writer, const std::string& number) {
-    writer.RawValue(number.data(), number.size(), rapidjson::kNumberType);
-}
-
 std::string hexadecimal(const Data& data) {
     std::string text;
     for (const std::uint8_t byte : data.bytes()) text += fmt::format("{:02x}", byte);
     return text;
 }
 
-/// What JSON has no form for, and so is left out.
-bool isAbsent(const Value& value) {
-    const bool isReal = value.kind() == Value::Kind::real32 || value.kind() == Value::Kind::real64;
-    return value.isNil() || (isReal && !std::isfinite(value.realValue())) ||
-           (value.kind() == Value::Kind::date && !iso8601(*value.date()));
-}
+String writable(const String& text) { return isValidUTF8(text) ? text : String(printable(text)); }
 
-void write(Writer& writer, const Value& value);
+Value writable(const Value& value);
 
-void writeDictionary(Writer& writer, const Dictionary& dictionary) {
-    writer.StartObject();
+Value writable(const Dictionary& dictionary) {
+    Dictionary members;
     for (const auto& [key, value] : dictionary) {
-        if (isAbsent(value)) continue;
-        writeText(writer, key.string());
-        write(writer, value);
+        const Value member = writable(value);
+        if (member.kind() != Value::Kind::null) members.set(writable(key.string()), member);
     }
-    writer.EndObject();
+    return Value(members);
 }
 
-void writeElements(Writer& writer, const Value& value) {
-    writer.StartArray();
-    for (const Value& element : value.elements()) write(writer, element);
-    writer.EndArray();
-}
-
-void write(Writer& writer, const Value& value) {
+/// The value in a form that JSON has; Null where there is none.
+Value writable(const Value& value) {
     using Kind = Value::Kind;
-    if (isAbsent(value)) {
-        writer.Null();
-        return;
-    }
     switch (value.kind()) {
         case Kind::boolean:
-            writer.Bool(value.boolValue());
-            break;
         case Kind::integer:
-            writer.Int64(value.integerValue());
-            break;
         case Kind::unsignedInteger:
-            writer.Uint64(value.unsignedValue());
-            break;
+            return value;
         case Kind::real32:
-            writeRaw(writer, fmt::format("{}", value.floatValue()));
-            break;
         case Kind::real64:
-            writeRaw(writer, fmt::format("{}", value.realValue()));
-            break;
+            return std::isfinite(value.realValue()) ? value : Value(Null());
         case Kind::string:
-            writeText(writer, value.string());
-            break;
-        case Kind::date:
-            writeText(writer, iso8601(*value.date()));
-            break;
+            return Value(writable(value.string()));
+        case Kind::date: {
+            const String text = iso8601(*value.date());
+            return text ? Value(text) : Value(Null());
+        }
         case Kind::data:
-            writeText(writer, hexadecimal(*value.data()));
-            break;
+            return Value(hexadecimal(*value.data()));
         case Kind::url:
-            writeText(writer, value.url()->absoluteString());
-            break;
+            return Value(writable(value.url()->absoluteString()));
         case Kind::uuid:
-            writeText(writer, value.uuid()->UUIDString());
-            break;
+            return Value(value.uuid()->UUIDString());
         case Kind::dictionary:
-            writeDictionary(writer, value.dictionary());
-            break;
+            return writable(value.dictionary());
         case Kind::array:
         case Kind::set:
-        case Kind::orderedSet:
-            writeElements(writer, value);
-            break;
+        case Kind::orderedSet: {
+            Value::Array elements;
+            for (const Value& element : value.elements()) elements.push_back(writable(element));
+            return Value(std::move(elements));
+        }
         default:
-            writer.Null();
+            return Value(Null());
     }
 }
 
 }  // namespace
 
-std::string jsonText(const Value& value) {
-    rapidjson::StringBuffer buffer;
-    Writer writer(buffer);
-    write(writer, value);
-    return {buffer.GetString(), buffer.GetSize()};
-}
+std::string printableJSON(const Value& value) { return jsonText(writable(value)).str(); }
 
 void put(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stdout); }
 
@@ -123,7 +81,7 @@ void putLine(std::string_view line) {
     put("\n");
 }
 
-void putJSON(const Dictionary& object) { putLine(jsonText(object)); }
+void putJSON(const Dictionary& object) { putLine(printableJSON(object)); }
 
 void flushOutput() {
     if (std::fflush(stdout) != 0 || std::ferror(stdout))

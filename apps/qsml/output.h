@@ -9,7 +9,7 @@ namespace qsml::app {
 /// The value as JSON on one line: dates as ISO 8601 texts, a real with the fewest digits that read
 /// back to it, data as hexadecimal text. Nil entries of dictionaries and numbers that are not
 /// finite are left out; text that is not UTF-8 is escaped as printable() does.
-std::string jsonText(const Value& value);
+std::string printableJSON(const Value& value);
 
 /// Writes to standard output. Errors are kept for flushOutput().
 void put(std::string_view text);

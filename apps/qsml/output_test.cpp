@@ -9,22 +9,22 @@ namespace qsml::app {
 namespace {
 
 TEST(JSONText, WhenRealsAreWrittenThenTheFewestDigitsReadBack) {
-    EXPECT_EQ(jsonText(327.273f), "327.273");
-    EXPECT_EQ(jsonText(0.1f), "0.1");
-    EXPECT_EQ(jsonText(128.0f), "128");
+    EXPECT_EQ(printableJSON(327.273f), "327.273");
+    EXPECT_EQ(printableJSON(0.1f), "0.1");
+    EXPECT_EQ(printableJSON(128.0f), "128");
     for (const float number : {1.0f / 3, 16777217.0f, 1e-40f, 3.4e38f})
-        EXPECT_EQ(std::strtof(jsonText(number).c_str(), nullptr), number);
+        EXPECT_EQ(std::strtof(printableJSON(number).c_str(), nullptr), number);
 }
 
 TEST(JSONText, WhenEntriesAreNilOrNotFiniteThenTheyAreLeftOut) {
-    EXPECT_EQ(jsonText(Dictionary{{"a", String()}, {"b", NAN}, {"c", ""}, {"d", false}}),
+    EXPECT_EQ(printableJSON(Dictionary{{"a", String()}, {"b", NAN}, {"c", ""}, {"d", false}}),
               R"({"c":"","d":false})");
 }
 
 TEST(JSONText, WhenAValueHasNoJSONFormThenItIsAText) {
-    EXPECT_EQ(jsonText(Date{0}), R"("2001-01-01T00:00:00Z")");
-    EXPECT_EQ(jsonText(OrderedSet<String>{"b", "a"}), R"(["b","a"])");
-    EXPECT_EQ(jsonText(String("a\xFF\n\"")), R"("a\\xFF\\x0A\"")");
+    EXPECT_EQ(printableJSON(Date{0}), R"("2001-01-01T00:00:00Z")");
+    EXPECT_EQ(printableJSON(OrderedSet<String>{"b", "a"}), R"(["b","a"])");
+    EXPECT_EQ(printableJSON(String("a\xFF\n\"")), R"("a\\xFF\\x0A\"")");
 }
 
 TEST(PlayingTime, WhenWrittenThenItIsToTheNearestSecond) {

@@ -6,6 +6,7 @@
 #include <QSMediaLibraryData/tracks/PLXMediaItem.h>
 
 #include "musicalKeys.h"
+#include "output.h"
 
 namespace qsml::app {
 
@@ -36,23 +37,28 @@ String joined(const Value::Array& names) {
     return text;
 }
 
-/// The properties that the record's class declares, and its UUID.
-Dictionary ownValuesOf(const PLXDatabaseObject& record) {
-    Dictionary values;
-    values.set("uuid", record.uuid());
-    for (const Property& property : record.recordClass().ownProperties()) {
-        const Value value = property.value(record);
-        const auto* inner = dynamic_cast<const PLXDatabaseObject*>(value.object().get());
-        values.set(property.name, inner ? Value(ownValuesOf(*inner)) : value);
-    }
-    return values;
-}
-
 void setUnlessEmpty(Dictionary& values, const char* key, Value::Array names) {
     if (!names.empty()) values.set(key, std::move(names));
 }
 
 }  // namespace
+
+TitleTexts textsOf(const std::shared_ptr<const PLXMediaItemTitleID>& titleID) {
+    if (!titleID) return {};
+    return {titleID->title().str(), titleID->artist().str(),
+            playingTime(static_cast<double>(titleID->duration()))};
+}
+
+Dictionary valuesOf(const PLXDatabaseObject& record) {
+    Dictionary values;
+    values.set("uuid", record.uuid());
+    for (const Property& property : record.recordClass().ownProperties()) {
+        const Value value = property.value(record);
+        const auto* inner = dynamic_cast<const PLXDatabaseObject*>(value.object().get());
+        values.set(property.name, inner ? Value(valuesOf(*inner)) : value);
+    }
+    return values;
+}
 
 TrackNames namesOf(const PLXMediaItem& track, const YapDatabaseReadTransaction& transaction) {
     return {joined(namesOf(track.artistUUIDs(), PLXDatabaseCollectionMediaArtists, transaction)),
@@ -62,7 +68,7 @@ TrackNames namesOf(const PLXMediaItem& track, const YapDatabaseReadTransaction& 
 }
 
 Dictionary valuesOf(const PLXMediaItem& track, const YapDatabaseReadTransaction& transaction) {
-    Dictionary values = ownValuesOf(track);
+    Dictionary values = valuesOf(static_cast<const PLXDatabaseObject&>(track));
     const auto names = [&](const auto& uuids, std::string_view collection) {
         return namesOf(uuids, collection, transaction);
     };

@@ -1,10 +1,13 @@
 #pragma once
+#include <memory>
 #include <string>
 
 #include <QSMediaLibraryData/foundation/Value.h>
 
 namespace qsml {
+class PLXDatabaseObject;
 class PLXMediaItem;
+class PLXMediaItemTitleID;
 class YapDatabaseReadTransaction;
 }  // namespace qsml
 
@@ -16,6 +19,16 @@ struct TrackNames {
     String album, label, genres;
 };
 TrackNames namesOf(const PLXMediaItem& track, const YapDatabaseReadTransaction& transaction);
+
+/// What lists of played and queued titles show of one; empty texts where it has none.
+struct TitleTexts {
+    std::string title, artist, time;
+};
+TitleTexts textsOf(const std::shared_ptr<const PLXMediaItemTitleID>& titleID);
+
+/// The UUID and the properties that the record's class declares under their names; a record that it
+/// holds by value as a dictionary of its own.
+Dictionary valuesOf(const PLXDatabaseObject& record);
 
 /// Every property of the track under its name, the title ID as a dictionary of its own, and the
 /// names of its artists, album artists, album, genres, label and musical key beside their keys.

@@ -4,8 +4,9 @@
 #include <fmt/format.h>
 #include <sys/stat.h>
 
+#include "findTrack.h"
+#include "libraryTransactions.h"
 #include "output.h"
-#include "readTracks.h"
 
 namespace qsml::app {
 

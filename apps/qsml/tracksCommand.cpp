@@ -7,9 +7,10 @@
 
 #include <algorithm>
 
-#include "TrackTable.h"
+#include "Table.h"
+#include "findTrack.h"
+#include "libraryTransactions.h"
 #include "output.h"
-#include "readTracks.h"
 #include "recordValues.h"
 
 namespace qsml::app {
@@ -113,7 +114,12 @@ std::vector<SortKey> sortedPage(const TracksOptions& options,
     return keys;
 }
 
-TrackTable::Row rowOf(const PLXMediaItem& track, const YapDatabaseReadTransaction& transaction) {
+std::vector<Table::Column> columns() {
+    return {{"Title", 40},     {"Artist", 30},   {"Album", 40},
+            {"Time", 8, true}, {"BPM", 7, true}, {"ID", 8}};
+}
+
+Table::Row rowOf(const PLXMediaItem& track, const YapDatabaseReadTransaction& transaction) {
     const TrackNames names = namesOf(track, transaction);
     constexpr std::size_t shortIDLength = 8;
     return {track.title().str(),
@@ -128,9 +134,8 @@ TrackTable::Row rowOf(const PLXMediaItem& track, const YapDatabaseReadTransactio
 
 int runTracks(const CommonOptions& common, const TracksOptions& options) {
     readLibrary(common, [&](YapDatabaseReadTransaction& transaction) {
-        std::optional<TrackTable> table;
-        if (!common.asJSON)
-            table.emplace(TrackTable::Row{"Title", "Artist", "Album", "Time", "BPM", "ID"});
+        std::optional<Table> table;
+        if (!common.asJSON) table.emplace(columns());
         for (const SortKey& key : sortedPage(options, transaction)) {
             const auto track =
                 transaction.object<PLXMediaItem>(key.uuid, PLXDatabaseCollectionMediaItems);

@@ -1,5 +1,4 @@
 #pragma once
-#include <array>
 #include <string>
 #include <vector>
 
@@ -8,16 +7,21 @@ namespace qsml::app {
 /// Writes rows of texts under each other on standard output. The first rows are held back to find
 /// how wide the columns must be; texts that are wider are cut with an ellipsis. Confined to one
 /// thread.
-class TrackTable {
+class Table {
 public:
-    static constexpr std::size_t columns = 6;
-    using Row = std::array<std::string, columns>;
+    struct Column {
+        std::string title;
+        std::size_t widest;
+        bool isRightAligned = false;
+    };
+    /// One text for each column.
+    using Row = std::vector<std::string>;
 
-    /// Writes the head line above the first row.
-    explicit TrackTable(Row head);
-    ~TrackTable();
-    TrackTable(const TrackTable&) = delete;
-    TrackTable& operator=(const TrackTable&) = delete;
+    /// Writes the titles above the first row.
+    explicit Table(std::vector<Column> columns);
+    ~Table();
+    Table(const Table&) = delete;
+    Table& operator=(const Table&) = delete;
 
     void add(Row row);
     /// Writes what is held back.
@@ -26,8 +30,9 @@ public:
 private:
     void write(const Row& row) const;
 
+    std::vector<Column> columns_;
     std::vector<Row> heldBack_;
-    std::array<std::size_t, columns> widths_{};
+    std::vector<std::size_t> widths_;
     bool isWriting_ = false;
 };
 

@@ -1,9 +1,7 @@
-#include "readTracks.h"
+#include "libraryTransactions.h"
 
-#include <QSMediaLibraryData/database/collectionNames.h>
 #include <QSMediaLibraryData/store/YapDatabaseConnection.h>
 #include <QSMediaLibraryData/store/YapDatabaseTransaction.h>
-#include <QSMediaLibraryData/tracks/PLXMediaItem.h>
 
 #include "CommandFailure.h"
 
@@ -23,13 +21,11 @@ void readLibrary(const CommonOptions& common,
         throw CommandFailure("cannot read the library; \"qsml check\" tells more", error);
 }
 
-void enumerateTracks(const YapDatabaseReadTransaction& transaction,
-                     const std::function<void(const PLXMediaItem&)>& block) {
-    transaction.enumerateKeysAndObjectsInCollection(
-        PLXDatabaseCollectionMediaItems, [&](std::string_view, const Value& object, bool&) {
-            if (const auto* track = dynamic_cast<const PLXMediaItem*>(object.object().get()))
-                block(*track);
-        });
+void changeLibrary(const std::shared_ptr<YapDatabaseConnection>& connection,
+                   const std::function<void(YapDatabaseReadWriteTransaction&)>& block) {
+    Error error;
+    if (!connection->readWrite(block, &error))
+        throw CommandFailure("cannot change the library; it is as it was", error);
 }
 
 }  // namespace qsml::app
