@@ -9,6 +9,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <concepts>
 #include <limits>
 
 #include "foundation/text.h"
@@ -79,7 +80,11 @@ private:
     template <class Real>
     bool real(Real number) {
         if (!std::isfinite(number)) return false;
-        const std::string digits = fmt::format("{}", number);
+        std::string digits = fmt::format("{}", number);
+        // Readers make 64 bits of it first. Rounding twice misses one 32-bit number, 7.038531e-26.
+        if constexpr (std::same_as<Real, float>)
+            if (Value(realOf(digits)).floatValue() != number)
+                digits = fmt::format("{:.9g}", number);
         return writer_.RawValue(digits.data(), digits.size(), rapidjson::kNumberType);
     }
 
@@ -114,6 +119,8 @@ class ValueBuilder {
 public:
     using Size = rapidjson::SizeType;
     Value take() { return std::move(root_); }
+    /// Why it stopped the parser.
+    const char* refusal() const { return refusal_; }
 
     bool Null() { return add(Value(qsml::Null())); }
     bool Bool(bool value) { return add(Value(value)); }
@@ -121,11 +128,11 @@ public:
         return add(numberOf({digits, length}));
     }
     bool String(const char* text, Size length, bool) {
-        return add(Value(std::string_view(text, length)));
+        return isText({text, length}) && add(Value(std::string_view(text, length)));
     }
     bool Key(const char* text, Size length, bool) {
         open_.back().key = std::string_view(text, length);
-        return true;
+        return isText({text, length});
     }
     bool StartObject() { return start(true); }
     bool StartArray() { return start(false); }
@@ -154,8 +161,18 @@ private:
         Value::Array elements = {};
     };
 
+    bool refuse(const char* reason) {
+        refusal_ = reason;
+        return false;
+    }
+
+    /// The parser lets through an escaped low surrogate that stands alone.
+    bool isText(std::string_view text) {
+        return isValidUTF8(text) || refuse("a surrogate stands alone");
+    }
+
     bool start(bool isObject) {
-        if (open_.size() >= deepest) return false;
+        if (open_.size() >= deepest) return refuse("it nests too deeply");
         open_.push_back({isObject});
         return true;
     }
@@ -190,6 +207,7 @@ private:
 
     Value root_;
     std::vector<Container> open_;
+    const char* refusal_ = nullptr;
 };
 
 /// The text from its number on, without a plus sign; empty when it does not begin with a number.
@@ -214,7 +232,7 @@ Value valueOfJSONText(std::string_view text, Error* error) {
     // The parser takes a zero byte for the end of the text.
     if (reader.Parse<flags>(bytes, builder) && bytes.Tell() == text.size()) return builder.take();
     const auto code = reader.GetParseErrorCode();
-    const char* cause = code == rapidjson::kParseErrorTermination ? "it nests too deeply"
+    const char* cause = code == rapidjson::kParseErrorTermination ? builder.refusal()
                         : code == rapidjson::kParseErrorNone      ? "a zero byte"
                                                              : rapidjson::GetParseError_En(code);
     const std::size_t place =

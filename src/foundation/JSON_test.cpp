@@ -36,6 +36,8 @@ TEST(GivenANumber, WhenWrittenAsJSONThenItHasTheFewestDigitsOfItsWidth) {
     EXPECT_EQ(jsonText(Value(static_cast<double>(0.1F))), "0.10000000149011612");
     EXPECT_EQ(jsonText(Value(3.0F)), "3");
     EXPECT_EQ(jsonText(Value(-0.0F)), "-0");
+    EXPECT_EQ(floatOfJSONEntry(read(*jsonText(Value(7.038531e-26F)))), 7.038531e-26F)
+        << "the one that rounding twice would miss";
     EXPECT_EQ(jsonText(Value(std::numeric_limits<std::uint64_t>::max())), "18446744073709551615");
     EXPECT_EQ(jsonText(Value(std::numeric_limits<std::int64_t>::min())), "-9223372036854775808");
 }
@@ -101,6 +103,8 @@ TEST(GivenATextThatIsNoJSON, WhenReadThenItIsNilWithAnError) {
         EXPECT_TRUE(valueOfJSONText(text, &error).isNil()) << text;
         EXPECT_FALSE(error.description.empty()) << text;
     }
+    EXPECT_TRUE(valueOfJSONText("\"\\udfa7\"").isNil()) << "a low surrogate alone";
+    EXPECT_TRUE(valueOfJSONText("{\"\\udfa7\":1}").isNil());
     EXPECT_TRUE(valueOfJSONText(std::string_view()).isNil());
     EXPECT_TRUE(valueOfJSONText(std::string_view("1\0", 2)).isNil());
 }
