@@ -5,28 +5,11 @@
 
 namespace qsml {
 
-// QSML_DEFINE_RECORD but for init(), which would be given a random UUID.
-const RecordClass& PLXContentPackMediaItem::classObject() {
-    static const RecordClass& object = RecordClass::registered(
-        *new RecordClass("PLXContentPackMediaItem", &Superclass::classObject(),
-                         []() -> std::shared_ptr<Object> {
-                             return detail::RecordKey::make<PLXContentPackMediaItem>();
-                         },
-                         qsml::ownProperties<PLXContentPackMediaItem>(), {}));
-    return object;
-}
+QSML_DEFINE_RECORD_WITHOUT_INIT(PLXContentPackMediaItem)
 
 std::shared_ptr<PLXContentPackMediaItem> PLXContentPackMediaItem::init() {
     return initWithUUID(nullptr);
 }
-
-std::shared_ptr<PLXContentPackMediaItem> PLXContentPackMediaItem::initWithUUID(String uuid) {
-    auto item = detail::RecordKey::make<PLXContentPackMediaItem>();
-    item->begin(std::move(uuid));
-    return item;
-}
-
-QSML_DEFINE_COPYING(PLXContentPackMediaItem)
 
 std::shared_ptr<PLXContentPackMediaItem> PLXContentPackMediaItem::initWithName(
     String name, String contentPackUUID) {

@@ -92,7 +92,14 @@ public:                                                                         
 #define QSML_RECORD_END() static constexpr int lastLine = __LINE__;
 
 /// The one definition of the table, with the class-wide policy as data.
-#define QSML_DEFINE_RECORD(Class, ...)                                                    \
+#define QSML_DEFINE_RECORD(Class, ...)                            \
+    QSML_DEFINE_RECORD_WITHOUT_INIT(Class, __VA_ARGS__)           \
+    std::shared_ptr<Class> Class::init() {                        \
+        return initWithUUID(::qsml::UUID::random().UUIDString()); \
+    }
+
+/// The same for a class whose new records have no random UUID; its source defines init().
+#define QSML_DEFINE_RECORD_WITHOUT_INIT(Class, ...)                                       \
     const ::qsml::RecordClass& Class::classObject() {                                     \
         static const ::qsml::RecordClass& object = ::qsml::RecordClass::registered(       \
             *new ::qsml::RecordClass(#Class, &Superclass::classObject(),                  \
@@ -101,9 +108,6 @@ public:                                                                         
                                      },                                                   \
                                      ::qsml::ownProperties<Class>(), {__VA_ARGS__}));     \
         return object;                                                                    \
-    }                                                                                     \
-    std::shared_ptr<Class> Class::init() {                                                \
-        return initWithUUID(::qsml::UUID::random().UUIDString());                         \
     }                                                                                     \
     std::shared_ptr<Class> Class::initWithUUID(::qsml::String uuid) {                     \
         auto record = ::qsml::detail::RecordKey::make<Class>();                           \
