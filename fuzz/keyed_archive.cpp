@@ -3,12 +3,14 @@
 
 #include "foundation/archiveDescription.h"
 #include "testing/SampleRecord.h"
+#include "tracks/registerTrackClasses.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace qsml;
     static KeyedUnarchiver unarchiver, again;
     static KeyedArchiver archiver;
     SampleRecord::registerClass();
+    registerTrackClasses();
     Error error;
     const Value value = unarchiver.unarchive({data, size}, &error);
     if (error && !value.isNil()) std::abort();

@@ -1,6 +1,7 @@
 #include "tracks/registerTrackClasses.h"
 
 #include "tracks/PLXMediaItem.h"
+#include "tracks/PLXMediaItemUserData.h"
 
 namespace qsml {
 
@@ -8,6 +9,9 @@ namespace qsml {
 void registerTrackClasses() {
     (void)PLXMediaItem::classObject();
     (void)PLXMediaItemTitleID::classObject();
+    (void)PLXMediaItemUserData::classObject();
+    (void)PLXCuePoint::classObject();
+    (void)PLXLoopRegion::classObject();
 }
 
 }  // namespace qsml

@@ -1,0 +1,411 @@
+#include <gtest/gtest.h>
+#include <rapidcheck.h>
+#include <rapidcheck/gtest.h>
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "core/PLXCloudRecordHandler.h"
+#include "core/PLXCloudRecordMerge.h"
+#include "foundation/JSON.h"
+#include "testing/LogCapture.h"
+#include "testing/cueJSON.h"
+#include "testing/recordArchives.h"
+#include "testing/userData.h"
+
+namespace qsml {
+namespace {
+
+using Record = PLXMediaItemUserData;
+using Kind = Value::Kind;
+
+constexpr const char* pointKeys[] = {"startPoint", "endPoint", "automixStartPoint",
+                                     "automixEndPoint"};
+constexpr const char* listKeys[] = {"cuePoints", "loopRegions", "titleIDs"};
+constexpr const char* localKeys[] = {"tagUUIDs",
+                                     "linkedUserDataUUIDs",
+                                     "manualBPM",
+                                     "manualBeatTime",
+                                     "manualKeySignatureIndex",
+                                     "manualFirstDownBeatIndices",
+                                     "manualGridStartPoints"};
+
+Value textList(std::initializer_list<const char*> texts) {
+    return Value(Value::Array(texts.begin(), texts.end()));
+}
+
+TEST(GivenUserData, WhenItsCloudKeysAreAskedThenWhatStaysOnTheDeviceIsNotAmongThem) {
+    EXPECT_EQ(Record::classObject().allCloudProperties(),
+              (KeySet{"titleIDs", "startPoint", "endPoint", "automixStartPoint", "automixEndPoint",
+                      "cuePoints", "loopRegions", "highEQ", "midEQ", "lowEQ", "rating", "energy",
+                      "playCount"}));
+    const auto data = filledUserData();
+    for (const char* key : localKeys) {
+        EXPECT_FALSE(data->cloudKeyForLocalKey(key)) << key;
+        EXPECT_TRUE(data->cloudValueForCloudKey(key).isNil()) << key;
+        EXPECT_TRUE(data->setLocalValueFromCloudValue(Value(9), key)) << "ignored";
+        EXPECT_FALSE(data->userChangedCloudKeys().contains(key)) << key;
+    }
+    EXPECT_EQ(archiveOf(*data), archiveOf(*filledUserData()));
+}
+
+TEST(GivenFilledUserData, WhenSentThenPointsAreCompactJSONTexts) {
+    const auto data = filledUserData();
+    for (const char* key : pointKeys) {
+        const Value sent = data->cloudValueForCloudKey(key);
+        ASSERT_EQ(sent.kind(), Kind::string) << key;
+        const auto point =
+            std::static_pointer_cast<const PLXCuePoint>(data->localValueForLocalKey(key).object());
+        EXPECT_EQ(sent, Value(jsonText(point->JSONObjectRepresentation()))) << key;
+        EXPECT_EQ(sent.string().view().find_first_of(" \n"), std::string_view::npos);
+    }
+    EXPECT_EQ(valueOfJSONText(data->cloudValueForCloudKey("startPoint").string()),
+              Value(Dictionary{{"time", 0.5}, {"number", 1}, {"comment", "start"}}));
+}
+
+TEST(GivenFilledUserData, WhenSentThenListsAreArraysOfJSONTextsInOrder) {
+    const auto data = filledUserData();
+    const Value cues = data->cloudValueForCloudKey("cuePoints");
+    ASSERT_EQ(cues.kind(), Kind::array);
+    ASSERT_EQ(cues.elements().size(), 2U);
+    EXPECT_EQ(valueOfJSONText(cues.elements()[0].string()),
+              Value(Dictionary{{"time", 12.5}, {"number", 0}, {"comment", "drop"}}));
+    EXPECT_EQ(valueOfJSONText(cues.elements()[1].string()).dictionary()["number"], Value(7));
+    const Value loops = data->cloudValueForCloudKey("loopRegions");
+    ASSERT_EQ(loops.elements().size(), 2U);
+    EXPECT_EQ(
+        valueOfJSONText(loops.elements()[0].string()),
+        Value(Dictionary{{"startTime", 16}, {"endTime", 32}, {"number", 1}, {"comment", "hook"}}));
+    const Value titleIDs = data->cloudValueForCloudKey("titleIDs");
+    ASSERT_EQ(titleIDs.kind(), Kind::array);
+    ASSERT_EQ(titleIDs.elements().size(), 1U);
+    EXPECT_EQ(titleIDs.elements()[0],
+              Value(jsonText(*data->titleIDs()->front()->JSONObjectRepresentation())));
+}
+
+TEST(GivenFilledUserData, WhenSentThenNumbersGoAsTheyAre) {
+    const auto data = filledUserData();
+    EXPECT_EQ(data->cloudValueForCloudKey("highEQ").kind(), Kind::real32);
+    EXPECT_EQ(data->cloudValueForCloudKey("highEQ"), Value(0.1F));
+    EXPECT_EQ(data->cloudValueForCloudKey("rating"), Value(4));
+    EXPECT_EQ(data->cloudValueForCloudKey("energy"), Value(6));
+    EXPECT_EQ(data->cloudValueForCloudKey("playCount"), Value(12));
+}
+
+TEST(GivenUserDataWithoutObjects, WhenSentThenNilIsNilAndEmptyIsEmpty) {
+    const auto data = Record::init();
+    for (const char* key : pointKeys) EXPECT_TRUE(data->cloudValueForCloudKey(key).isNil());
+    for (const char* key : listKeys) EXPECT_TRUE(data->cloudValueForCloudKey(key).isNil());
+    data->setCuePoints(CuePoints());
+    EXPECT_EQ(data->cloudValueForCloudKey("cuePoints"), Value(Value::Array()));
+}
+
+TEST(GivenElementsWithoutAJSONText, WhenSentThenTheyAreLeftOut) {
+    const auto data = Record::init();
+    const auto good = PLXCuePoint::initWithNumber(1, 2, nullptr);
+    const auto bad = PLXCuePoint::initWithNumber(2, NAN, nullptr);
+    data->setStartPoint(bad);
+    data->setEndPoint(PLXCuePoint::initWithNumber(1, 1, "\xFF"));
+    data->setCuePoints(CuePoints{bad, good, bad});
+    data->setLoopRegions(LoopRegions{PLXLoopRegion::initWithNumber(1, 0, INFINITY, nullptr)});
+    data->setTitleIDs(TitleIDs{PLXMediaItemTitleID::initWithUUID(nullptr),
+                               PLXMediaItemTitleID::initWithUUID("u")});
+    EXPECT_TRUE(data->cloudValueForCloudKey("startPoint").isNil());
+    EXPECT_TRUE(data->cloudValueForCloudKey("endPoint").isNil());
+    EXPECT_EQ(data->cloudValueForCloudKey("cuePoints"),
+              Value(Value::Array{Value(jsonText(good->JSONObjectRepresentation()))}));
+    EXPECT_EQ(data->cloudValueForCloudKey("loopRegions"), Value(Value::Array()));
+    EXPECT_EQ(data->cloudValueForCloudKey("titleIDs").elements().size(), 1U);
+}
+
+TEST(GivenFilledUserData, WhenNilComesFromTheCloudThenObjectsGoAndNumbersStay) {
+    const auto data = filledUserData();
+    for (const char* key : pointKeys) EXPECT_TRUE(data->setLocalValueFromCloudValue({}, key));
+    for (const char* key : listKeys) EXPECT_TRUE(data->setLocalValueFromCloudValue({}, key));
+    EXPECT_FALSE(data->startPoint() || data->endPoint() || data->automixStartPoint() ||
+                 data->automixEndPoint() || data->cuePoints() || data->loopRegions() ||
+                 data->titleIDs());
+    for (const char* key : {"highEQ", "rating", "playCount"})
+        EXPECT_FALSE(data->setLocalValueFromCloudValue({}, key)) << key;
+    EXPECT_EQ(data->rating(), 4);
+}
+
+TEST(GivenFilledUserData, WhenNumbersComeFromTheCloudThenTheyAreTaken) {
+    const auto data = filledUserData();
+    EXPECT_TRUE(data->setLocalValueFromCloudValue(Value(0.75), "highEQ"));
+    EXPECT_TRUE(data->setLocalValueFromCloudValue(Value(2), "rating"));
+    EXPECT_TRUE(data->setLocalValueFromCloudValue(Value(99), "playCount"));
+    EXPECT_FALSE(data->setLocalValueFromCloudValue(Value("5"), "energy")) << "no number";
+    EXPECT_EQ(data->highEQ(), 0.75F);
+    EXPECT_EQ(data->rating(), 2);
+    EXPECT_EQ(data->playCount(), 99U);
+    EXPECT_EQ(data->energy(), 6);
+}
+
+TEST(GivenFilledUserData, WhenACloudValueIsOfTheWrongKindThenItIsRefusedAndNothingChanges) {
+    const Value text(R"({"time":1,"number":2})");
+    const Value notForPoints[] = {Value(Null()),
+                                  Value(true),
+                                  Value(7),
+                                  Value(std::uint64_t{7}),
+                                  Value(1.5F),
+                                  Value(1.5),
+                                  Value(Date{1}),
+                                  Value(Data(std::vector<std::uint8_t>{'{', '}'})),
+                                  Value(*URL::withString("file:///x")),
+                                  Value(UUID{}),
+                                  Value(Value::Array{text}),
+                                  Value(Value::Array{}),
+                                  Value(ValueSet{text}),
+                                  Value(OrderedSet<Value>{text}),
+                                  Value(Dictionary{{"time", 1}, {"number", 2}}),
+                                  Value(PLXCuePoint::init())};
+    const auto data = filledUserData();
+    const auto before = archiveOf(*data);
+    data->clearChangedProperties();
+    for (const Value& value : notForPoints) {
+        for (const char* key : pointKeys)
+            EXPECT_FALSE(data->setLocalValueFromCloudValue(value, key)) << value.description();
+        if (value.isCollection()) continue;
+        for (const char* key : listKeys)
+            EXPECT_FALSE(data->setLocalValueFromCloudValue(value, key)) << value.description();
+    }
+    for (const char* key : listKeys)
+        EXPECT_FALSE(data->setLocalValueFromCloudValue(text, key)) << "one text is no list";
+    EXPECT_EQ(archiveOf(*data), before);
+    EXPECT_EQ(data->changedProperties(), std::nullopt);
+}
+
+TEST(GivenFrozenUserData, WhenACloudValueComesThenItThrowsAndNothingChanges) {
+    const auto data = filledUserData();
+    data->makeImmutable();
+    const Value point(R"({"time":1,"number":2})");
+    EXPECT_THROW((void)data->setLocalValueFromCloudValue(point, "startPoint"),
+                 PLXDatabaseObjectException);
+    EXPECT_THROW((void)data->setLocalValueFromCloudValue(textList({}), "cuePoints"),
+                 PLXDatabaseObjectException);
+    EXPECT_EQ(archiveOf(*data), archiveOf(*filledUserData()));
+}
+
+TEST(GivenAList, WhenSomeOfItCannotBeReadThenTheRestIsTakenInOrder) {
+    const auto data = Record::init();
+    const Value list(Value::Array{Value(R"({"time":1,"number":5})"), Value(7), Value(Null()),
+                                  Value("no JSON"), Value(R"({"time":2})"), Value(Value::Array{}),
+                                  Value(R"({"number":3,"time":"2.5","comment":" x "})")});
+    ASSERT_TRUE(data->setLocalValueFromCloudValue(list, "cuePoints"));
+    ASSERT_EQ(data->cuePoints()->size(), 2U);
+    EXPECT_TRUE(data->cuePoints()->at(0)->isEqual(*PLXCuePoint::initWithNumber(5, 1, nullptr)));
+    EXPECT_TRUE(data->cuePoints()->at(1)->isEqual(*PLXCuePoint::initWithNumber(3, 2.5F, "x")));
+    EXPECT_EQ(data->changedProperties(), KeySet{"cuePoints"});
+}
+
+TEST(GivenAList, WhenNothingOfItCanBeReadThenNilIsStored) {
+    const auto data = filledUserData();
+    for (const char* key : listKeys) {
+        EXPECT_TRUE(data->setLocalValueFromCloudValue(textList({"x", "[]", ""}), key));
+        EXPECT_TRUE(data->valueForKey(key).isNil()) << key;
+    }
+    EXPECT_TRUE(data->setLocalValueFromCloudValue(textList({}), "cuePoints"));
+    EXPECT_FALSE(data->cuePoints()) << "an empty list is none";
+}
+
+TEST(GivenTitleIDsFromTheCloud, WhenTwoHaveOneInternalIDThenTheyAreOne) {
+    const auto data = Record::init();
+    ASSERT_TRUE(data->setLocalValueFromCloudValue(
+        textList({R"({"uuid":"a","title":"One"})", R"({"uuid":"b","internalID":"a"})",
+                  R"({"uuid":"c"})", R"({"uuid":"a","title":"One"})", R"({})"}),
+        "titleIDs"));
+    ASSERT_EQ(data->titleIDs()->size(), 3U);
+    EXPECT_EQ(data->titleIDs()->at(0)->title(), "One");
+    EXPECT_EQ(data->titleIDs()->at(1)->uuid(), "c");
+    EXPECT_EQ(data->titleIDs()->at(2)->uuid(), "b1de3e6f1eadcc6cdd67ad7cd2635dc4") << "legacy";
+}
+
+struct HostileText {
+    std::string text;
+    bool isCue = false, isLoop = false, isTitleID = false;
+};
+
+/// Texts that none of the kinds takes.
+std::vector<HostileText> textsThatAreNoObject() {
+    const std::string cue = R"({"time":1,"number":2})";
+    return {
+        {""},
+        {" "},
+        {std::string(1, '\0')},
+        {"null"},
+        {"true"},
+        {"0"},
+        {"1e999"},
+        {"-"},
+        {"NaN"},
+        {"\"text\""},
+        {"\"{}\""},
+        {"[]"},
+        {"[" + cue + "]"},
+        {"{"},
+        {"}"},
+        {"{}}"},
+        {"{} {}"},
+        {"{},"},
+        {"{'time':1,'number':2}"},
+        {"{time:1,number:2}"},
+        {R"({"time":1,"number":2,})"},
+        {R"({"time":1 "number":2})"},
+        {R"({"time":01,"number":2})"},
+        {R"({"time":.5,"number":2})"},
+        {R"({"time":1.,"number":2})"},
+        {R"({"time":+1,"number":2})"},
+        {R"({"time":0x1,"number":2})"},
+        {R"({"time":Infinity,"number":2})"},
+        {R"({"time":1e999,"number":2})"},
+        {R"({"time":1,"number":2)"},
+        {cue + "x"},
+        {"\xEF\xBB\xBF" + cue + cue},
+        {"/* */" + cue},
+        {"{\"time\":1,\"number\":2,\"comment\":\"\xFF\"}"},
+        {R"({"time":1,"number":2,"comment":"\ud800"})"},
+        {R"({"time":1,"number":2,"comment":"\udfa7"})"},
+        {R"({"time":1,"number":2,"\ude00":1})"},
+        {R"({"time":1,"number":2,"comment":"\x41"})"},
+        {"{\"time\":1,\"number\":2,\"comment\":\"line\nend\"}"},
+        {std::string(100'000, '[')},
+        {std::string(600, '[') + std::string(600, ']')},
+        {R"({"time":1,"number":2,"comment":)" + std::string(513, '[') + std::string(513, ']') +
+         "}"},
+        {std::string(100'000, '{')},
+        {R"({"a":)" + std::string(100'000, 'x')},
+    };
+}
+
+/// What a text of the cloud may hold, and what each kind makes of it.
+std::vector<HostileText> hostileTexts() {
+    const std::string longText(100'000, 'x');
+    std::vector<HostileText> texts = {
+        {"{}", false, false, true},
+        {" \r\n\t{ } ", false, false, true},
+        {R"({"time":1,"number":2})", true, false, true},
+        {R"({"time":null,"number":2})", false, false, true},
+        {R"({"time":1,"number":{}})", false, false, true},
+        {R"({"time":1,"time":[],"number":2})", false, false, true},
+        {R"({"time":[],"time":1,"number":2})", true, false, true},
+        {R"({"time":1e99,"number":-1e99,"startTime":"","endTime":"z"})", true, true, true},
+        {R"({"time":"","number":""})", true, false, true},
+        {R"({"time":true,"number":false})", true, false, true},
+        {R"({"time":1,"number":2,"comment":{"time":1}})", true, false, true},
+        {R"({"time":1,"number":2,"comment":"\u0000"})", true, false, true},
+        {R"({"time":1,"number":2,"comment":")" + longText + "\"}", true, false, true},
+        {R"({"time":1,"number":2,"comment":)" + std::string(500, '[') + std::string(500, ']') + "}",
+         true, false, true},
+        {R"({"startTime":2,"endTime":1,"number":2})", false, true, true},
+        {R"({"uuid":5,"title":[],"artist":{},"duration":"x","internalID":null,"isrc":true})", false,
+         false, true},
+        {R"({"uuid":" ","duration":"-1e999"})", false, false, true},
+        {R"({"":1,"$class":"PLXCuePoint"})", false, false, true},
+    };
+    const auto others = textsThatAreNoObject();
+    texts.insert(texts.end(), others.begin(), others.end());
+    return texts;
+}
+
+TEST(GivenHostileTextsFromTheCloud, WhenTakenAsAPointThenItIsThatOrNil) {
+    for (const auto& hostile : hostileTexts())
+        for (const char* key : pointKeys) {
+            const auto data = filledUserData();
+            ASSERT_TRUE(data->setLocalValueFromCloudValue(Value(hostile.text), key));
+            EXPECT_EQ(!data->valueForKey(key).isNil(), hostile.isCue) << hostile.text.substr(0, 80);
+            data->setValueForKey(key, filledUserData()->valueForKey(key));
+            EXPECT_EQ(archiveOf(*data), archiveOf(*filledUserData())) << "the rest stays";
+        }
+}
+
+TEST(GivenHostileTextsFromTheCloud, WhenTakenInAListThenTheyAreLeftOutWhereTheyAreNone) {
+    const char* const good[] = {R"({"time":1,"number":2})",
+                                R"({"startTime":1,"endTime":2,"number":3})", R"({"uuid":"good"})"};
+    for (const auto& hostile : hostileTexts()) {
+        const bool isOne[] = {hostile.isCue, hostile.isLoop, hostile.isTitleID};
+        for (std::size_t i = 0; i < std::size(listKeys); ++i) {
+            const auto data = filledUserData();
+            const Value::Array texts{Value(hostile.text), Value(good[i])};
+            ASSERT_TRUE(data->setLocalValueFromCloudValue(Value(texts), listKeys[i]));
+            EXPECT_EQ(data->valueForKey(listKeys[i]).elements().size(), isOne[i] ? 2U : 1U)
+                << listKeys[i] << " " << hostile.text.substr(0, 80);
+        }
+        EXPECT_TRUE(survivesCueJSON(hostile.text)) << hostile.text.substr(0, 80);
+    }
+}
+
+/// What fuzzing found interesting stays covered where there is no fuzzer.
+TEST(GivenTheFuzzingCorpusOfCueJSON, WhenReplayedThenWhatWasReadComesBack) {
+    std::size_t files = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(QSML_FUZZ_CORPUS "/cue_json")) {
+        std::ifstream file(entry.path(), std::ios::binary);
+        std::ostringstream text;
+        text << file.rdbuf();
+        EXPECT_TRUE(survivesCueJSON(text.str())) << entry.path();
+        ++files;
+    }
+    EXPECT_GT(files, 0U);
+}
+
+RC_GTEST_PROP(UserDataCloud, GivesAFreshRecordTheSameValues, ()) {
+    const auto mine = anyUserData();
+    const auto theirs = Record::initWithUUID("track");
+    for (const String& key : mine->allCloudProperties()) {
+        const Value sent = CKRecord::asStored(mine->cloudValueForCloudKey(key));
+        RC_ASSERT(CKRecord::canStore(sent));
+        RC_ASSERT(theirs->setLocalValueFromCloudValue(sent, key));
+        const Value value = mine->valueForKey(key);
+        const bool isEmpty = value.isCollection() && value.elements().empty();
+        RC_ASSERT(theirs->valueForKey(key) == (isEmpty ? Value() : value));
+    }
+    for (const char* key : localKeys)
+        RC_ASSERT(theirs->valueForKey(key) == Record::init()->valueForKey(key));
+}
+
+class GivenUserDataOnTwoDevices : public testing::Test {
+protected:
+    static std::shared_ptr<CKRecord> sent(const Record& record) {
+        std::shared_ptr<CKRecord> cloudRecord;
+        YapDatabaseCloudKitRecordInfo info;
+        PLXCloudRecordHandler(cloudRecord, info, record, "container");
+        return cloudRecord;
+    }
+    static std::shared_ptr<PLXCloudDatabaseObject> received(const Record& stored,
+                                                            const CKRecord& remote) {
+        YapDatabaseCloudKitMergeInfo info;
+        return PLXCloudRecordMerge(stored.copy(), remote, info,
+                                   [](const auto&) { return &Record::classObject(); });
+    }
+};
+
+TEST_F(GivenUserDataOnTwoDevices, WhenOneIsSentThenTheOtherHoldsTheSame) {
+    const auto mine = filledUserData();
+    const auto remote = sent(*mine);
+    ASSERT_TRUE(remote);
+    for (const char* key : localKeys) EXPECT_TRUE((*remote)[key].isNil()) << key;
+    for (const String& key : remote->allKeys()) EXPECT_NE(key, "hasDeckMetadata");
+    const auto theirs = received(*Record::initWithUUID(mine->uuid()), *remote);
+    ASSERT_TRUE(theirs);
+    for (const String& key : mine->allCloudProperties())
+        EXPECT_EQ(theirs->valueForKey(key), mine->valueForKey(key)) << *key;
+    const auto again = received(*mine, *remote);
+    EXPECT_EQ(again->changedProperties(), std::nullopt) << "nothing to apply";
+}
+
+TEST_F(GivenUserDataOnTwoDevices, WhenAFieldIsRefusedThenItIsLoggedAndTheOthersAreTaken) {
+    const auto mine = filledUserData();
+    const auto remote = sent(*mine);
+    remote->setValue("startPoint", Value(5));
+    remote->setValue("rating", Value(1));
+    const LogCapture log;
+    const auto merged = received(*mine, *remote);
+    EXPECT_EQ(merged->valueForKey("startPoint"), mine->valueForKey("startPoint"));
+    EXPECT_EQ(merged->valueForKey("rating"), Value(1));
+    EXPECT_EQ(log.linesWith("Failed to set value 5 for key startPoint").size(), 1U);
+}
+
+}  // namespace
+}  // namespace qsml
