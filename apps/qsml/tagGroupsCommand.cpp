@@ -26,7 +26,8 @@ struct Group {
 
 std::vector<Group> sortedGroups(const PLXMediaItemTagGroupSource& source) {
     std::vector<Group> all;
-    for (const auto& [uuid, group] : *source.groups()) {
+    const auto groups = source.groups();
+    for (const auto& [uuid, group] : *groups) {
         all.push_back({uuid, group->name(), {}});
         if (group->tags()) all.back().tags = group->tags()->list();
         std::sort(all.back().tags.begin(), all.back().tags.end(), isBefore);
