@@ -60,7 +60,7 @@ inline std::shared_ptr<PLXLoopRegion> anyLoopRegion() {
 
 inline std::shared_ptr<PLXMediaItemTitleID> anyTitleID() {
     auto made = PLXMediaItemTitleID::initWithTitle(
-        *rc::gen::element<std::string>("Night Drive", "Song", ""),
+        *rc::gen::element<std::string>("Night Drive", "Song", "Third"),
         *rc::gen::element<std::string>("The Examples", "Band"),
         static_cast<float>(*rc::gen::inRange(0, 3)), nullptr);
     if (*rc::gen::arbitrary<bool>()) made->setInternalID("internal");

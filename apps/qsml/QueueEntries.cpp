@@ -58,7 +58,10 @@ void QueueEntries::store(YapDatabaseReadWriteTransaction& transaction) const {
 
 QueueEntries::Item QueueEntries::add(const PLXMediaItem& track, std::size_t position,
                                      YapDatabaseReadWriteTransaction& transaction) {
-    if (position > items_.size()) requirePosition(position);
+    if (position > items_.size())
+        throw CommandFailure(
+            fmt::format("position {} is beyond the end of the queue; {} is the last", position + 1,
+                        items_.size() + 1));
     const auto item = PLXQueueItem::init();
     item->setQueueUUID(PLXDefaultQueueUUID);
     item->setTitleID(track.titleID());

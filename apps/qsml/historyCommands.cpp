@@ -29,8 +29,8 @@ std::string textOf(const std::optional<Date>& date) {
 PLXHistorySessionSource& sessionSource(const std::shared_ptr<YapDatabaseConnection>& connection) {
     auto& source = PLXHistorySessionSource::sharedInstance();
     connection->read([&](YapDatabaseReadTransaction& transaction) {
-        if (const auto open = openSession(transaction))
-            source.setCurrentHistorySessionUUID(open->uuid());
+        if (const Sessions open = openSessions(transaction); !open.empty())
+            source.setCurrentHistorySessionUUID(open.front()->uuid());
     });
     return source;
 }
@@ -55,6 +55,19 @@ Dictionary sessionValues(const PLXHistorySession& session,
     return values;
 }
 
+/// Ends all but the newest. Several are open where processes have started one at the same time.
+void endOlderSessions(const std::shared_ptr<YapDatabaseConnection>& connection) {
+    changeLibrary(connection, [](YapDatabaseReadWriteTransaction& transaction) {
+        Sessions older = openSessions(transaction);
+        if (!older.empty()) older.erase(older.begin());
+        for (const auto& session : older) {
+            const auto ended = session->copy();
+            ended->setEndDate(Clock::shared().now());
+            transaction.setObject(ended, ended->uuid(), PLXDatabaseCollectionHistorySessions);
+        }
+    });
+}
+
 }  // namespace
 
 int runHistoryStart(const CommonOptions& common) {
@@ -62,6 +75,7 @@ int runHistoryStart(const CommonOptions& common) {
     auto& source = sessionSource(connection);
     if (!source.createHistorySession())
         throw CommandFailure("cannot store a session; the history is as it was");
+    endOlderSessions(connection);
     if (const auto session = source.currentHistorySession()) tell(common, "started", *session);
     return 0;
 }
@@ -85,8 +99,9 @@ int runHistoryAdd(const CommonOptions& common, const HistoryOptions& options) {
     const auto connection = openLibrary(libraryPath(common.library), Opening::existing);
     const auto entry = PLXHistorySessionItem::init();
     changeLibrary(connection, [&](YapDatabaseReadWriteTransaction& transaction) {
-        const auto session = openSession(transaction);
-        if (!session) failWithoutSession();
+        const Sessions open = openSessions(transaction);
+        if (open.empty()) failWithoutSession();
+        const auto session = open.front();
         entry->setSessionUUID(session->uuid());
         entry->setTitleID(findTrack(options.track, transaction)->titleID());
         entry->setDeckNumber(options.deck);

@@ -8,10 +8,23 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 
 #include "CommandFailure.h"
 
 namespace qsml::app {
+
+namespace {
+
+/// Seconds since the reference date; before all others where there is no date that can be ordered.
+double startOf(const PLXHistorySession& session) {
+    const double seconds =
+        session.startDate().value_or(Date{std::nan("")}).secondsSinceReferenceDate;
+    return std::isnan(seconds) ? -std::numeric_limits<double>::infinity() : seconds;
+}
+
+}  // namespace
 
 Sessions sessionsOf(const YapDatabaseReadTransaction& transaction) {
     Sessions all;
@@ -21,20 +34,19 @@ Sessions sessionsOf(const YapDatabaseReadTransaction& transaction) {
                 all.push_back(std::move(session));
         });
     std::sort(all.begin(), all.end(), [](const auto& a, const auto& b) {
-        if (a->startDate() != b->startDate()) return a->startDate() > b->startDate();
-        return a->uuid() < b->uuid();
+        const double startOfA = startOf(*a), startOfB = startOf(*b);
+        return startOfA != startOfB ? startOfA > startOfB : a->uuid() < b->uuid();
     });
     return all;
 }
 
-std::shared_ptr<const PLXHistorySession> openSession(
-    const YapDatabaseReadTransaction& transaction) {
+Sessions openSessions(const YapDatabaseReadTransaction& transaction) {
     const String device = Host::localizedName();
-    const Sessions all = sessionsOf(transaction);
-    const auto found = std::find_if(all.begin(), all.end(), [&](const auto& session) {
-        return !session->endDate() && session->deviceName() == device;
+    Sessions open = sessionsOf(transaction);
+    std::erase_if(open, [&](const auto& session) {
+        return session->endDate() || session->deviceName() != device;
     });
-    return found == all.end() ? nullptr : *found;
+    return open;
 }
 
 std::shared_ptr<const PLXHistorySession> findSession(

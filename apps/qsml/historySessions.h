@@ -18,9 +18,10 @@ using Sessions = std::vector<std::shared_ptr<const PLXHistorySession>>;
 /// All that can be decoded, newest first; those without a start date last.
 Sessions sessionsOf(const YapDatabaseReadTransaction& transaction);
 
-/// The newest session of this device that was not ended; null when there is none. A process of its
-/// own runs each command, so what is open is found and not remembered.
-std::shared_ptr<const PLXHistorySession> openSession(const YapDatabaseReadTransaction& transaction);
+/// The sessions of this device that were not ended, newest first. A process of its own runs each
+/// command, so what is open is found and not remembered. A device is known by its name: two of one
+/// name that share a library take each other's sessions for their own.
+Sessions openSessions(const YapDatabaseReadTransaction& transaction);
 
 /// The session with that UUID or start of one, or for an empty text the newest. Throws
 /// CommandFailure when there is none or there are several.

@@ -32,7 +32,8 @@ public:
         command("check", "Verifies every record and index of the library",
                 [this] { return runCheck(common_); });
         addArchive();
-        command("tag-groups", "Lists the tag texts to choose from",
+        command("tag-groups",
+                "Lists the tag texts to choose from; a new library gets the default ones",
                 [this] { return runTagGroups(common_); });
         addQueue();
         addHistory();
@@ -49,6 +50,18 @@ private:
         return text.empty() ? "the name is empty" : std::string();
     }
 
+    static bool isWhole(const std::string& text) {
+        constexpr std::size_t mostDigits = 9;
+        return !text.empty() && text.size() <= mostDigits &&
+               text.find_first_not_of("0123456789") == text.npos;
+    }
+    static std::string isPosition(std::string& text) {
+        const bool isOne = isWhole(text) && text.find_first_not_of('0') != text.npos;
+        return isOne ? std::string() : "\"" + text + "\" is no position; the first is 1";
+    }
+    static std::string isDeck(std::string& text) {
+        return isWhole(text) ? std::string() : "\"" + text + "\" is no deck number";
+    }
     static std::string isDate(std::string& text) {
         return dateFromISO8601(text) ? std::string() : "\"" + text + "\" is no ISO 8601 date";
     }
@@ -122,11 +135,13 @@ private:
 
     void addQueue() {
         CLI::App& queue = group("queue", "The titles that are lined up to play next");
-        const CLI::Range position(std::size_t{1}, std::numeric_limits<std::size_t>::max());
+        const CLI::Validator position(isPosition, "");
         command(queue, "list", "Lists the queue", [this] { return runQueueList(common_); });
         CLI::App* made = command(queue, "add", "Puts tracks into the queue",
                                  [this] { return runQueueAdd(common_, queue_); });
-        made->add_option("TRACK", queue_.tracks, "IDs, starts of IDs, or titles")->required();
+        made->add_option("TRACK", queue_.tracks, "IDs, starts of IDs, or titles")
+            ->required()
+            ->check(CLI::Validator(notEmpty, ""));
         made->add_option("--at", queue_.at, "Where the first is to stand (default: at the end)")
             ->type_name("POSITION")
             ->check(position);
@@ -149,10 +164,11 @@ private:
         CLI::App* made = command(history, "add", "Records a title as played in the open session",
                                  [this] { return runHistoryAdd(common_, history_); });
         made->add_option("TRACK", history_.track, "An ID, the start of one, or a title")
-            ->required();
+            ->required()
+            ->check(CLI::Validator(notEmpty, ""));
         made->add_option("--deck", history_.deck, "The deck on which it was started")
             ->type_name("N")
-            ->check(CLI::NonNegativeNumber)
+            ->check(CLI::Validator(isDeck, ""))
             ->capture_default_str();
         made->add_option("--time", history_.time, "When it was started, ISO 8601 (default: now)")
             ->type_name("DATE")

@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 
+#include <thread>
+
 #include "QsmlProgram.h"
 
 namespace qsml::app {
@@ -101,7 +103,8 @@ TEST_F(GivenTracks, WhenEntriesAreRemovedAndQueuedAgainThenNothingIsLeftBehind) 
 TEST_F(GivenTracks, WhenOneOfSeveralCannotBeQueuedThenNoneIs) {
     EXPECT_THAT(refusal({"queue", "add", "first", "no such track"}), HasSubstr("no such track"));
     EXPECT_THAT(refusal({"queue", "add", "first", "i"}), HasSubstr("name one by its ID: "));
-    EXPECT_THAT(refusal({"queue", "add", "first", "--at", "2"}), HasSubstr("the queue is empty"));
+    EXPECT_THAT(refusal({"queue", "add", "first", "--at", "2"}),
+                HasSubstr("position 2 is beyond the end of the queue; 1 is the last"));
     EXPECT_THAT(queued(), IsEmpty());
 }
 
@@ -139,6 +142,25 @@ TEST_F(GivenTracks, WhenASessionIsStartedWhileOneIsOpenThenThatIsEnded) {
     EXPECT_TRUE(all[1].HasMember("endDate"));
 }
 
+TEST_F(GivenTracks, WhenSeveralProcessesStartSessionsAtOnceThenTheNextStartLeavesOneOpen) {
+    std::vector<std::thread> processes;
+    for (int i = 0; i < 4; ++i) processes.emplace_back([&] { succeed({"history", "start"}); });
+    for (std::thread& process : processes) process.join();
+    succeed({"history", "start"});
+    const auto all = sessions();
+    ASSERT_EQ(all.size(), 5u);
+    for (const auto& session : all)
+        EXPECT_EQ(session.HasMember("endDate"), &session != &all.front());
+}
+
+TEST_F(GivenTracks, WhenSeveralProcessesQueueAtOnceThenEveryEntryIsThere) {
+    std::vector<std::thread> processes;
+    for (int i = 0; i < 6; ++i) processes.emplace_back([&] { succeed({"queue", "add", "third"}); });
+    for (std::thread& process : processes) process.join();
+    EXPECT_EQ(queued(), std::vector<std::string>(6, "Third Rail"));
+    EXPECT_EQ(qsml({"check"}).exitStatus, 0);
+}
+
 TEST_F(GivenTracks, WhenNoSessionIsOpenThenNothingIsRecorded) {
     const std::string none = "qsml: no session is open; \"qsml history start\" opens one\n";
     EXPECT_EQ(refusal({"history", "add", "first"}), none);
@@ -151,17 +173,22 @@ TEST_F(GivenTracks, WhenNoSessionIsOpenThenNothingIsRecorded) {
 }
 
 TEST_F(GivenTracks, WhenTheCommandIsIncompleteThenTheUsageIsWrong) {
-    for (const std::vector<std::string>& arguments : {std::vector<std::string>{"queue"},
-                                                      {"queue", "add"},
-                                                      {"queue", "move", "1"},
-                                                      {"queue", "move", "0", "1"},
-                                                      {"queue", "remove", "x"},
-                                                      {"queue", "add", "first", "--at", "0"},
-                                                      {"history"},
-                                                      {"history", "add"},
-                                                      {"history", "add", "first", "--deck", "-1"},
-                                                      {"history", "add", "first", "--time", "soon"},
-                                                      {"tag-groups", "mood"}}) {
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"queue"},
+          {"queue", "add"},
+          {"queue", "move", "1"},
+          {"queue", "move", "0", "1"},
+          {"queue", "remove", "x"},
+          {"queue", "add", "first", "--at", "0"},
+          {"history"},
+          {"history", "add"},
+          {"history", "add", "first", "--deck", "-1"},
+          {"history", "add", "first", "--deck", "99999999999999999999"},
+          {"queue", "move", "1", "99999999999999999999"},
+          {"queue", "add", ""},
+          {"history", "add", ""},
+          {"history", "add", "first", "--time", "soon"},
+          {"tag-groups", "mood"}}) {
         const ProgramRun run = qsml(arguments);
         EXPECT_EQ(run.exitStatus, 2) << arguments.back();
         EXPECT_THAT(run.errors, HasSubstr("see \"qsml --help\"")) << arguments.back();

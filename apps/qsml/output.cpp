@@ -103,7 +103,9 @@ std::string grouped(std::uint64_t number) {
 }
 
 std::string playingTime(double seconds) {
-    const auto whole = static_cast<std::uint64_t>(std::llround(std::max(seconds, 0.0)));
+    if (!(seconds >= 0)) return {};  // NaN too
+    constexpr double longest = 1e12;
+    const auto whole = static_cast<std::uint64_t>(std::llround(std::min(seconds, longest)));
     const auto hours = whole / 3600, minutes = whole / 60 % 60, rest = whole % 60;
     return hours ? fmt::format("{}:{:02}:{:02}", hours, minutes, rest)
                  : fmt::format("{}:{:02}", minutes, rest);

@@ -24,7 +24,7 @@ void complain(std::string_view line);
 
 /// "1,234,567".
 std::string grouped(std::uint64_t number);
-/// "5:27" or "1:02:03", to the nearest second.
+/// "5:27" or "1:02:03", to the nearest second; empty for what is no time.
 std::string playingTime(double seconds);
 
 }  // namespace qsml::app

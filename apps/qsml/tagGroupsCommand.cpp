@@ -55,7 +55,7 @@ int runTagGroups(const CommonOptions& common) {
     (void)openLibrary(libraryPath(common.library), Opening::orNew);
     PLXMediaItemTagGroupSource source(PLXDatabaseManager::sharedManager());
     if (source.groups()->empty() && !source.setupGroups())
-        throw CommandFailure("cannot read the tag groups; \"qsml check\" tells more");
+        throw CommandFailure("cannot read or store the tag groups; \"qsml check\" tells more");
     for (const Group& group : sortedGroups(source)) put(group, common.asJSON);
     return 0;
 }

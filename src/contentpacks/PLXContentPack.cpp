@@ -8,7 +8,7 @@ QSML_DEFINE_RECORD(PLXContentPack)
 
 std::shared_ptr<PLXContentPack> PLXContentPack::userContentPackOfClass(
     const RecordClass& packClass) {
-    const auto pack = std::static_pointer_cast<PLXContentPack>(packClass.allocate()());
+    auto pack = std::static_pointer_cast<PLXContentPack>(packClass.allocate()());
     pack->begin(UUID::random().UUIDString());
     pack->becomeUserContentPack();
     return pack;

@@ -45,7 +45,7 @@ TEST(GivenALooperPack, WhenItsCopyChangesThenItsTracksStay) {
 }
 
 TEST(GivenAnArchiveOfAnotherProgram, WhenTracksOfBeforePadsAreInItThenTheirFilesAreOnPads) {
-    (void)PLXLooperTrack::classObject();
+    (void)PLXSequencerPad::classObject();
     const Dictionary track{{"$class", "PLXLooperTrack"},
                            {"category", "Drums"},
                            {"sampleUUIDs", Value(Value::Array{"a", "b"})}};

@@ -149,6 +149,7 @@ struct Boxing<CopiedArray<T>> {
     /// Elements of other classes are left out.
     static void decode(KeyedUnarchiver& coder, std::string_view key, CopiedArray<T>& into,
                        ArchiveForm form) {
+        (void)T::classObject();  // known to decoding from its first use on
         const Value value = coder.decodeValue(key);
         into = accepts(form, value.kind()) ? CopiedArray<T>::adopting(elementsOf(value))
                                            : CopiedArray<T>();

@@ -102,6 +102,11 @@ Value PLXCloudDatabaseObject::cloudValueForCloudKey(std::string_view cloudKey) c
     return localValueForCloudKey(cloudKey);
 }
 
+bool PLXCloudDatabaseObject::isEqualCloudValue(const Value& a, const Value& b,
+                                               std::string_view) const {
+    return a == b;
+}
+
 Value PLXCloudDatabaseObject::cloudValueForLocalKey(std::string_view localKey) const {
     const String cloudKey = cloudKeyForLocalKey(localKey);
     return cloudKey ? cloudValueForCloudKey(cloudKey) : Value();

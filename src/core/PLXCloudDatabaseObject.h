@@ -31,6 +31,9 @@ public:
     /// What is sent under that key; overridden where the cloud cannot hold the property's value.
     virtual Value cloudValueForCloudKey(std::string_view cloudKey) const;
     Value cloudValueForLocalKey(std::string_view localKey) const;
+    /// Whether two values under that key say the same; overridden where one thing can be sent in
+    /// several forms.
+    virtual bool isEqualCloudValue(const Value& a, const Value& b, std::string_view cloudKey) const;
     /// The way back. True when done or when the key has no mapping; false when the record refuses.
     virtual bool setLocalValueFromCloudValue(const Value& value, std::string_view cloudKey);
 

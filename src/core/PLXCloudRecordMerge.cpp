@@ -42,10 +42,12 @@ private:
     // A key that is not pending was changed by the remote side alone, whatever its base.
     void compare(const String& key) {
         const Value& theirs = remote_[key];
-        if (theirs == CKRecord::asStored(local_.cloudValueForCloudKey(key))) {
+        const auto saySame = [&](const Value& ours) {
+            return local_.isEqualCloudValue(theirs, CKRecord::asStored(ours), key);
+        };
+        if (saySame(local_.cloudValueForCloudKey(key))) {
             pending_.erase(key);
-        } else if (!pending_.contains(key) ||
-                   theirs != CKRecord::asStored(info_.originalValues[key])) {
+        } else if (!pending_.contains(key) || !saySame(info_.originalValues[key])) {
             keysToApply_.push_back(key);
         }
     }
@@ -71,7 +73,7 @@ private:
         if (!info_.pendingLocalRecord || !info_.updatedPendingLocalRecord) return;
         for (const String& key : pending_) {
             const Value& mine = (*info_.pendingLocalRecord)[key];
-            if (key != userChangedCloudKeys && mine != remote_[key])
+            if (key != userChangedCloudKeys && !local_.isEqualCloudValue(mine, remote_[key], key))
                 info_.updatedPendingLocalRecord->setValue(key, mine);
         }
     }

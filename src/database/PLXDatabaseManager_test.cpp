@@ -8,6 +8,7 @@
 #include "store/YapDatabaseTransaction.h"
 #include "testing/LogCapture.h"
 #include "testing/OpenLibrary.h"
+#include "testing/UndecodableObject.h"
 #include "tracks/PLXMediaItem.h"
 
 namespace qsml {
@@ -50,17 +51,6 @@ TEST(DatabaseNames, AreTheStoredFormat) {
 }
 
 // ---- stored objects
-
-/// An object of a class that this version does not know, as a newer one may have stored it.
-class Stranger final : public Object {
-public:
-    const ArchiveClass& archiveClass() const override {
-        static const ArchiveClass unregistered("PLXStranger", &Object::rootClass(), nullptr);
-        return unregistered;
-    }
-    void encodeWithCoder(KeyedArchiver&) const override {}
-    bool initWithCoder(KeyedUnarchiver&) override { return false; }
-};
 
 class GivenAnOpenLibrary : public OpenLibrary {
 protected:
@@ -138,7 +128,8 @@ TEST_F(GivenAnOpenLibrary, WhenAskedTwiceThenTheCallbacksAreTheSame) {
 TEST_F(GivenAnOpenLibrary, WhenARowIsOfAnUnknownClassThenItIsAbsentWithAWarningAndTheOthersStay) {
     store("a");
     write([](auto& transaction) {
-        transaction.setObject(Value(std::make_shared<const Stranger>()), "b", "mediaItems");
+        transaction.setObject(Value(std::make_shared<const UndecodableObject>()), "b",
+                              "mediaItems");
     });
     manager_.database()->flushMemory();
     LogCapture log;

@@ -7,6 +7,7 @@
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <concepts>
@@ -19,18 +20,40 @@ namespace {
 
 constexpr int deepest = 512;
 
+/// The power of ten of the first digit that counts, of digits that are a number; saturates.
+std::int64_t magnitudeOf(std::string_view digits) {
+    const std::size_t exponentMark = digits.find_first_of("eE");
+    const std::string_view mantissa = digits.substr(0, exponentMark);
+    const auto point = static_cast<std::int64_t>(std::min(mantissa.find('.'), mantissa.size()));
+    const auto first =
+        static_cast<std::int64_t>(std::min(mantissa.find_first_of("123456789"), mantissa.size()));
+    std::int64_t exponent = 0;
+    if (exponentMark != digits.npos) {
+        std::string_view text = digits.substr(exponentMark + 1);
+        if (text.starts_with('+')) text.remove_prefix(1);
+        const auto read = std::from_chars(text.data(), text.data() + text.size(), exponent);
+        constexpr std::int64_t beyondEverything = std::int64_t{1} << 40;
+        if (read.ec == std::errc::result_out_of_range)
+            exponent = text.starts_with('-') ? -beyondEverything : beyondEverything;
+    }
+    return point - first + exponent;
+}
+
+struct Real {
+    double value = 0;
+    bool isTooLarge = false;  ///< the value is the largest of its sign
+};
+
 /// The longest prefix as a number; 0 when there is none.
-double realOf(std::string_view text) {
-    double number = 0;
-    const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (read.ec != std::errc::result_out_of_range) return number;
-    // Too large or too close to 0: the exponent tells, or where there is none the first digit.
+Real realOf(std::string_view text) {
+    Real real;
+    const auto read = std::from_chars(text.data(), text.data() + text.size(), real.value);
+    if (read.ec != std::errc::result_out_of_range) return real;
     text = text.substr(0, static_cast<std::size_t>(read.ptr - text.data()));
-    const std::size_t exponent = text.find_first_of("eE");
-    const bool isTiny = exponent != text.npos ? text.substr(exponent + 1, 1) == "-"
-                                              : text.find_first_of("123456789") > text.find('.');
-    const double magnitude = isTiny ? 0 : std::numeric_limits<double>::max();
-    return text.starts_with('-') ? -magnitude : magnitude;
+    real.isTooLarge = magnitudeOf(text) > 0;
+    const double magnitude = real.isTooLarge ? std::numeric_limits<double>::max() : 0;
+    real.value = text.starts_with('-') ? -magnitude : magnitude;
+    return real;
 }
 
 std::int64_t integerOf(std::string_view text) {
@@ -52,7 +75,8 @@ public:
 private:
     bool write(const Value& value, int depth) {
         using Kind = Value::Kind;
-        if (depth > deepest) return false;
+        if (depth == deepest && (value.isCollection() || value.kind() == Kind::dictionary))
+            return false;
         switch (value.kind()) {
             case Kind::null:
                 return writer_.Null();
@@ -83,7 +107,7 @@ private:
         std::string digits = fmt::format("{}", number);
         // Readers make 64 bits of it first. Rounding twice misses one 32-bit number, 7.038531e-26.
         if constexpr (std::same_as<Real, float>)
-            if (Value(realOf(digits)).floatValue() != number)
+            if (Value(realOf(digits).value).floatValue() != number)
                 digits = fmt::format("{:.9g}", number);
         return writer_.RawValue(digits.data(), digits.size(), rapidjson::kNumberType);
     }
@@ -125,7 +149,8 @@ public:
     bool Null() { return add(Value(qsml::Null())); }
     bool Bool(bool value) { return add(Value(value)); }
     bool RawNumber(const char* digits, Size length, bool) {
-        return add(numberOf({digits, length}));
+        const Value number = numberOf({digits, length});
+        return number.isNil() ? refuse("a number is too large") : add(number);
     }
     bool String(const char* text, Size length, bool) {
         return isText({text, length}) && add(Value(std::string_view(text, length)));
@@ -197,12 +222,14 @@ private:
         return true;
     }
 
+    /// Nil when it is too large.
     static Value numberOf(std::string_view digits) {
         Value whole;
         const bool isNegativeZero = digits == "-0";  // only a real can hold it
         if (!isNegativeZero && readWhole<std::int64_t>(digits, whole)) return whole;
         if (!isNegativeZero && readWhole<std::uint64_t>(digits, whole)) return whole;
-        return Value(realOf(digits));
+        const Real real = realOf(digits);
+        return real.isTooLarge ? Value() : Value(real.value);
     }
 
     Value root_;
@@ -244,7 +271,7 @@ Value valueOfJSONText(std::string_view text, Error* error) {
 
 float floatOfJSONEntry(const Value& entry) {
     if (entry.kind() == Value::Kind::string)
-        return Value(realOf(numericPart(entry.string()))).floatValue();
+        return Value(realOf(numericPart(entry.string())).value).floatValue();
     return entry.floatValue();
 }
 

@@ -78,6 +78,10 @@ TEST(GivenAJSONNumber, WhenItIsTooSmallForARealThenItIsZeroAndTooLargeOnesAreRef
     EXPECT_EQ(read("1.7976931348623157e308"), Value(std::numeric_limits<double>::max()));
     EXPECT_TRUE(valueOfJSONText("1e400").isNil());
     EXPECT_TRUE(valueOfJSONText("-1e400").isNil());
+    EXPECT_TRUE(valueOfJSONText("12345678901234567890e300").isNil());
+    EXPECT_TRUE(valueOfJSONText("1" + std::string(400, '0') + "e-10").isNil());
+    EXPECT_EQ(read("0." + std::string(400, '0') + "1e+10"), Value(0.0));
+    EXPECT_EQ(read("0." + std::string(400, '0') + "1e+401"), Value(1.0));
     EXPECT_TRUE(valueOfJSONText("1" + std::string(400, '0')).isNil());
 }
 
@@ -120,8 +124,8 @@ TEST(GivenAJSONText, WhenItNestsDeeperThan512LevelsThenItIsRefused) {
     EXPECT_TRUE(valueOfJSONText(std::string(1'000'000, '[')).isNil());
 
     Value deep(Value::Array{});
-    for (int level = 0; level < 512; ++level) deep = Value(Value::Array{deep});
-    EXPECT_TRUE(jsonText(deep));
+    for (int level = 1; level < 512; ++level) deep = Value(Value::Array{deep});
+    EXPECT_FALSE(valueOfJSONText(jsonText(deep)).isNil());
     EXPECT_EQ(jsonText(Value(Value::Array{deep})), nullptr);
 }
 
@@ -133,6 +137,8 @@ TEST(GivenAnEntryOfAJSONObject, WhenReadAsANumberThenTextsCountByTheirPrefix) {
     EXPECT_EQ(floatOfJSONEntry(Value("1e400")), std::numeric_limits<float>::max());
     EXPECT_EQ(floatOfJSONEntry(Value("-1e400")), std::numeric_limits<float>::lowest());
     EXPECT_EQ(floatOfJSONEntry(Value("1e-400")), 0.0F);
+    EXPECT_EQ(floatOfJSONEntry(Value("1e99999999999999999999")), std::numeric_limits<float>::max());
+    EXPECT_EQ(floatOfJSONEntry(Value("1e-99999999999999999999")), 0.0F);
     EXPECT_EQ(floatOfJSONEntry(Value(7)), 7.0F);
     EXPECT_EQ(floatOfJSONEntry(Value(Null())), 0.0F);
     EXPECT_EQ(integerOfJSONEntry(Value(" 12.9")), 12);

@@ -10,7 +10,9 @@ namespace qsml {
 
 /// Distinct values in a fixed order; an immutable value, copied by sharing. Building one from a
 /// list with repeats keeps first positions. Position lookup takes constant time; sets of up to
-/// eight elements are searched in line and keep no index. Thread-safe as std::shared_ptr is.
+/// eight elements are searched in line and keep no index. Elements are one only when both equality
+/// and hash say so, whatever the size: some objects are equal and hash differently, and a set holds
+/// both. Thread-safe as std::shared_ptr is.
 template <class T>
 class OrderedSet {
 public:
@@ -64,7 +66,9 @@ private:
 
         std::size_t indexAmong(std::size_t count, const T& element) const {
             for (std::size_t i = 0; i < count; ++i)
-                if (elements[i] == element) return i;
+                if (elements[i] == element &&
+                    std::hash<T>()(elements[i]) == std::hash<T>()(element))
+                    return i;
             return npos;
         }
 

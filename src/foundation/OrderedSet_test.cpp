@@ -8,6 +8,35 @@
 
 using qsml::OrderedSet;
 
+namespace {
+
+/// Equal by its name alone, but hashed by its content too.
+struct Alias {
+    int name = 0, content = 0;
+    friend bool operator==(const Alias& a, const Alias& b) { return a.name == b.name; }
+};
+
+}  // namespace
+
+template <>
+struct std::hash<Alias> {
+    std::size_t operator()(const Alias& alias) const {
+        return static_cast<std::size_t>(alias.content);
+    }
+};
+
+TEST(GivenEqualElementsThatHashDifferently, WhenMadeASetThenAllStayWhateverTheSize) {
+    for (const int count : {2, 8, 9, 20}) {
+        std::vector<Alias> aliases;
+        for (int i = 0; i < count; ++i) aliases.push_back({1, i});
+        aliases.push_back({1, 0});
+        const OrderedSet<Alias> set(aliases);
+        EXPECT_EQ(set.size(), static_cast<std::size_t>(count));
+        EXPECT_EQ(set.indexOf({1, 1}), 1U);
+        EXPECT_FALSE(set.contains({1, 99}));
+    }
+}
+
 TEST(GivenAListWithRepeats, WhenMadeASetThenFirstPositionsCount) {
     const OrderedSet<int> set{3, 1, 3, 2, 1};
     EXPECT_EQ(set.elements(), (std::vector{3, 1, 2}));

@@ -54,6 +54,12 @@ std::optional<URL> appendingPathComponent(const URL& folder, std::string_view co
     using namespace std::string_view_literals;
     if (component.empty() || component == "." || component == "..") return std::nullopt;
     if (component.find_first_of("/\\\0"sv) != component.npos) return std::nullopt;
+#if defined(_WIN32)
+    // Drives, streams, and names that the system takes for others.
+    if (component.find(':') != component.npos || component.ends_with('.') ||
+        component.ends_with(' '))
+        return std::nullopt;
+#endif
     std::string path = folder.path();
     if (!path.ends_with('/')) path += '/';
     return URL::fileURLWithPath(path.append(component));

@@ -123,7 +123,9 @@ bool PLXMediaItemTagGroupSource::seed(Error& error) {
     if (defaults.empty()) return true;
     bool isDone = false;
     const auto storeDefaults = [&](YapDatabaseReadWriteTransaction& transaction) {
-        const bool isEmpty = storedGroups(transaction).empty();
+        // Groups that are there and cannot be read are not replaced.
+        const bool isEmpty =
+            transaction.numberOfKeysInCollection(PLXDatabaseCollectionMediaItemTagGroups) == 0;
         isDone = !transaction.error() && (!isEmpty || store(defaults, transaction));
         if (isDone) return;
         error = transaction.error();

@@ -12,10 +12,12 @@ std::shared_ptr<const PLXQueue> storedDefaultQueue(YapDatabaseReadTransaction& t
 }
 
 /// Looks again before it writes: another thread, or another process, may have made the queue and
-/// filled it meanwhile. A row that could not be read must not be taken for an absent one.
+/// filled it meanwhile. A row that is there and cannot be read is left as it is.
 std::shared_ptr<const PLXQueue> storedOrNewQueue(YapDatabaseReadWriteTransaction& transaction) {
     auto queue = storedDefaultQueue(transaction);
-    if (queue || transaction.error()) return queue;
+    if (queue || transaction.error() ||
+        transaction.hasObjectForKey(PLXDefaultQueueUUID, PLXDatabaseCollectionQueues))
+        return queue;
     queue = PLXQueue::initWithUUID(PLXDefaultQueueUUID);
     return transaction.setObject(queue, queue->uuid(), PLXDatabaseCollectionQueues) ? queue
                                                                                     : nullptr;

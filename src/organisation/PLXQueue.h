@@ -14,7 +14,8 @@ class QSML_EXPORT PLXQueue final : public PLXCloudDatabaseObject {
     QSML_RECORD(PLXQueue, PLXCloudDatabaseObject)
 
     /// The stored default queue, made without entries and stored where there is none. Null when it
-    /// could not be read or stored: the library is not set up, or its file failed. Runs synchronous
+    /// could not be read or stored: the library is not set up, its file failed, or what stands
+    /// under the key is damaged or no queue (it is not replaced). Runs synchronous
     /// transactions on the background connection; from any thread, but not from inside a
     /// transaction.
     static std::shared_ptr<const PLXQueue> defaultQueue(PLXDatabaseManager& manager);

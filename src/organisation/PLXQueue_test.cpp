@@ -11,6 +11,7 @@
 #include "store/YapDatabaseRelationshipNode.h"
 #include "store/YapDatabaseTransaction.h"
 #include "testing/OpenLibrary.h"
+#include "testing/UndecodableObject.h"
 #include "testing/recordTable.h"
 
 namespace qsml {
@@ -109,14 +110,23 @@ TEST_F(GivenALibraryWithoutQueues, WhenTheStoredQueueHasEntriesThenThatOneComes)
     EXPECT_EQ(found->itemUUIDs(), (Keys{"x"}));
 }
 
-TEST_F(GivenALibraryWithoutQueues, WhenARecordOfAnotherClassHasTheKeyThenAQueueTakesItsPlace) {
+TEST_F(GivenALibraryWithoutQueues, WhenARecordOfAnotherClassHasTheKeyThenItStaysAndThereIsNoQueue) {
     manager_.bgDatabaseConnection()->readWrite([](YapDatabaseReadWriteTransaction& transaction) {
         transaction.setObject(PLXQueueItem::initWithUUID("queue-default"), "queue-default",
                               "queues");
     });
-    const auto queue = PLXQueue::defaultQueue(manager_);
-    ASSERT_TRUE(queue);
-    EXPECT_TRUE(storedQueue());
+    const auto snapshot = manager_.database()->snapshot();
+    EXPECT_EQ(PLXQueue::defaultQueue(manager_), nullptr);
+    EXPECT_EQ(manager_.database()->snapshot(), snapshot);
+}
+
+TEST_F(GivenALibraryWithoutQueues, WhenTheStoredQueueCannotBeReadThenItIsNotReplaced) {
+    manager_.database()->newConnection()->readWrite([](auto& transaction) {
+        transaction.setObject(std::make_shared<UndecodableObject>(), "queue-default", "queues");
+    });
+    const auto snapshot = manager_.database()->snapshot();
+    EXPECT_EQ(PLXQueue::defaultQueue(manager_), nullptr);
+    EXPECT_EQ(manager_.database()->snapshot(), snapshot);
 }
 
 TEST_F(GivenALibraryWithoutQueues, WhenAnotherStoresOneMeanwhileThenItsEntriesAreKept) {

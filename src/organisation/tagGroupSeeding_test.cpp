@@ -6,6 +6,7 @@
 #include "organisation/PLXMediaItemTag.h"
 #include "organisation/detail/testing/FaultyLibrary.h"
 #include "organisation/detail/testing/TagGroups.h"
+#include "testing/UndecodableObject.h"
 
 namespace qsml {
 namespace {
@@ -47,6 +48,17 @@ TEST_F(GivenALibraryWithoutTagGroups, WhenASourceIsMadeAgainThenItLoadsWhatIsSto
     expected["a"] = {"mine", {"x"}};
     EXPECT_EQ(contentsOf(source), expected);
     EXPECT_EQ(manager_.database()->snapshot(), snapshot) << "nothing is written";
+}
+
+TEST_F(GivenALibraryWithoutTagGroups, WhenTheStoredOnesCannotBeReadThenTheyAreNotReplaced) {
+    writeDefaults(element("a"));
+    write([](auto& transaction) {
+        transaction.setObject(std::make_shared<UndecodableObject>(), "a", "mediaItemTagGroups");
+    });
+    const auto snapshot = manager_.database()->snapshot();
+    PLXMediaItemTagGroupSource source(manager_);
+    EXPECT_TRUE(source.groups()->empty());
+    EXPECT_EQ(manager_.database()->snapshot(), snapshot);
 }
 
 TEST_F(GivenALibraryWithoutTagGroups, WhenTheFileIsMissingThenNothingIsSeededWithoutAWord) {
@@ -127,13 +139,14 @@ TEST_F(GivenALibraryWithoutTagGroups, WhenTwoSourcesAreMadeAtOnceThenOneSeeds) {
     EXPECT_EQ(manager_.database()->snapshot(), snapshot + 1);
 }
 
-TEST_F(GivenALibraryWithoutTagGroups, WhenItHoldsOnlyRecordsOfOtherClassesThenItIsSeeded) {
+TEST_F(GivenALibraryWithoutTagGroups, WhenItHoldsOnlyRecordsOfOtherClassesThenThoseStay) {
     writeDefaults(element("a"));
     write([](YapDatabaseReadWriteTransaction& transaction) {
         transaction.setObject(PLXMediaItemTag::initWithUUID("t"), "t", "mediaItemTagGroups");
     });
     PLXMediaItemTagGroupSource source(manager_);
-    EXPECT_EQ(contentsOf(source), defaultsOf({"a"}));
+    EXPECT_TRUE(source.groups()->empty());
+    EXPECT_EQ(storedGroups(manager_).size(), 1U);
 }
 
 class GivenAFailingFileToSeedInto : public LibraryWithTagGroups {};

@@ -64,7 +64,32 @@ Value objectsOf(const Value& texts, const JSONForm& form) {
                                     : Value(std::move(objects));
 }
 
+/// What a cloud value says, in one form; nil when it says nothing.
+Value meaningOf(const Value& cloudValue, const JSONForm& form) {
+    const auto meaningOfText = [&](const Value& text) {
+        const Value object = objectOf(text, form);
+        return object.isNil() ? Value() : form.jsonOf(*object.object());
+    };
+    if (form.shape == Shape::single) return meaningOfText(cloudValue);
+    Value::Array meanings;
+    for (const Value& text : cloudValue.elements())
+        if (Value meaning = meaningOfText(text); !meaning.isNil())
+            meanings.push_back(std::move(meaning));
+    if (meanings.empty()) return {};
+    return form.shape == Shape::set ? Value(ValueSet(std::move(meanings)))
+                                    : Value(std::move(meanings));
+}
+
 }  // namespace
+
+bool PLXMediaItemUserData::isEqualCloudValue(const Value& a, const Value& b,
+                                             std::string_view cloudKey) const {
+    if (PLXCloudDatabaseObject::isEqualCloudValue(a, b, cloudKey)) return true;
+    const JSONForm* form = jsonFormOf(localKeyForCloudKey(cloudKey));
+    if (!form) return false;
+    const Value meaning = meaningOf(a, *form);
+    return !meaning.isNil() && meaning == meaningOf(b, *form);
+}
 
 Value PLXMediaItemUserData::cloudValueForCloudKey(std::string_view cloudKey) const {
     const JSONForm* form = jsonFormOf(localKeyForCloudKey(cloudKey));

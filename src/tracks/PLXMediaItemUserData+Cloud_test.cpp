@@ -211,16 +211,85 @@ TEST(GivenAList, WhenNothingOfItCanBeReadThenNilIsStored) {
     EXPECT_FALSE(data->cuePoints()) << "an empty list is none";
 }
 
-TEST(GivenTitleIDsFromTheCloud, WhenTwoHaveOneInternalIDThenTheyAreOne) {
+TEST(GivenTitleIDsFromTheCloud, WhenTwoSayTheSameThenTheyAreOneAndOthersAreAllKept) {
     const auto data = Record::init();
     ASSERT_TRUE(data->setLocalValueFromCloudValue(
         textList({R"({"uuid":"a","title":"One"})", R"({"uuid":"b","internalID":"a"})",
                   R"({"uuid":"c"})", R"({"uuid":"a","title":"One"})", R"({})"}),
         "titleIDs"));
-    ASSERT_EQ(data->titleIDs()->size(), 3U);
+    ASSERT_EQ(data->titleIDs()->size(), 4U);
     EXPECT_EQ(data->titleIDs()->at(0)->title(), "One");
-    EXPECT_EQ(data->titleIDs()->at(1)->uuid(), "c");
-    EXPECT_EQ(data->titleIDs()->at(2)->uuid(), "b1de3e6f1eadcc6cdd67ad7cd2635dc4") << "legacy";
+    EXPECT_EQ(data->titleIDs()->at(1)->uuid(), "b") << "one internal ID, but other metadata";
+    EXPECT_EQ(data->titleIDs()->at(2)->uuid(), "c");
+    EXPECT_EQ(data->titleIDs()->at(3)->uuid(), "b1de3e6f1eadcc6cdd67ad7cd2635dc4") << "legacy";
+}
+
+TEST(GivenTitleIDsOfOneInternalID, WhenStoredAndSentThenEachOfThemIsThere) {
+    for (const std::size_t count : {std::size_t{2}, std::size_t{12}}) {
+        std::vector<std::shared_ptr<PLXMediaItemTitleID>> ids;
+        for (std::size_t i = 0; i < count; ++i) {
+            ids.push_back(PLXMediaItemTitleID::initWithTitle("Title " + std::to_string(i), "A", 1,
+                                                             "ISRC" + std::to_string(i)));
+            ids.back()->setInternalID("same");
+        }
+        const auto data = Record::initWithUUID("same");
+        data->setTitleIDs(ids);
+        EXPECT_EQ(recordFrom<Record>(archiveOf(*data))->titleIDs()->size(), count);
+        EXPECT_EQ(data->cloudValueForCloudKey("titleIDs").elements().size(), count);
+    }
+}
+
+TEST(GivenACloudValueOfAnotherWriter, WhenItSaysTheSameThenItIsEqual) {
+    const auto data = Record::init();
+    const auto isEqual = [&](const char* key, const Value& a, const Value& b) {
+        EXPECT_EQ(data->isEqualCloudValue(a, b, key), data->isEqualCloudValue(b, a, key));
+        return data->isEqualCloudValue(a, b, key);
+    };
+    const Value mine(R"({"time":12.5,"number":2,"comment":"a/b"})");
+    EXPECT_TRUE(isEqual("startPoint", mine, mine));
+    EXPECT_TRUE(isEqual("startPoint", mine,
+                        Value(R"( {"comment" : " a\/b ", "number":2.0, "time":12.50} )")));
+    EXPECT_FALSE(isEqual("startPoint", mine, Value(R"({"time":12.5,"number":2})")));
+    EXPECT_FALSE(isEqual("startPoint", mine, Value(R"({"time":12.6,"number":2,"comment":"a/b"})")));
+    EXPECT_FALSE(isEqual("startPoint", mine, Value()));
+    EXPECT_FALSE(isEqual("startPoint", Value("damaged"), Value("damaged otherwise")));
+    EXPECT_FALSE(isEqual("name", mine, Value(R"({"number":2,"time":12.5,"comment":"a/b"})")))
+        << "no other key is read as JSON";
+    const auto cues = textList({R"({"time":1,"number":1})", R"({"time":2,"number":2})"});
+    EXPECT_TRUE(isEqual("cuePoints", cues,
+                        textList({R"({"number":1,"time":1.0})", R"({"number":2,"time":2})"})));
+    EXPECT_FALSE(isEqual("cuePoints", cues,
+                         textList({R"({"time":2,"number":2})", R"({"time":1,"number":1})"})))
+        << "the order of cues counts";
+    EXPECT_TRUE(isEqual("titleIDs", textList({R"({"uuid":"a"})", R"({"uuid":"b"})"}),
+                        textList({R"({"uuid":"b"})", R"({"uuid":"a","duration":0})"})))
+        << "that of a set does not";
+}
+
+TEST(GivenAPendingEdit, WhenTheServerHoldsTheOldValueInAnotherWritersTextThenTheEditStands) {
+    const auto stored = Record::initWithUUID("track");
+    stored->setStartPoint(PLXCuePoint::initWithNumber(2, 99, nullptr));
+    const CKRecordID recordID{"mediaitemuserdata-track", {"medialibrary"}};
+    CKRecord remote("MediaItemUserData", recordID);
+    remote.setValue("uuid", Value("track"));
+    remote.setValue("startPoint", Value(R"({"number":2,"time":12.50})"));
+    remote.setValue("rating", Value(3));
+    remote.setValue("userChangedCloudKeys",
+                    Value(Value::Array{Value("startPoint"), Value("rating")}));
+    YapDatabaseCloudKitMergeInfo info;
+    const auto pending = std::make_shared<CKRecord>("MediaItemUserData", recordID);
+    pending->setValue("startPoint", stored->cloudValueForCloudKey("startPoint"));
+    info.pendingLocalRecord = pending;
+    info.updatedPendingLocalRecord = std::make_shared<CKRecord>("MediaItemUserData", recordID);
+    info.originalValues.set("startPoint", Value(R"({"time":12.5,"number":2})"));
+    const auto merged = std::dynamic_pointer_cast<Record>(PLXCloudRecordMerge(
+        stored, remote, info, [](const String&) { return &Record::classObject(); }));
+    ASSERT_TRUE(merged);
+    EXPECT_EQ(merged->startPoint()->time(), 99.0F);
+    EXPECT_EQ(merged->rating(), 3);
+    EXPECT_EQ((*info.updatedPendingLocalRecord)["startPoint"],
+              stored->cloudValueForCloudKey("startPoint"))
+        << "and is sent again";
 }
 
 struct HostileText {

@@ -78,7 +78,7 @@ void mergeTags(Record& merged, const Record& other) {
 // Through the setters, so that the sync learns what the merge has changed.
 std::shared_ptr<PLXMediaItemUserData> PLXMediaItemUserData::mergedCopyWithMediaItemUserData(
     const PLXMediaItemUserData& other) const {
-    const auto merged = copy();
+    auto merged = copy();
     mergePoints(*merged, other);
     mergeSettings(*merged, other);
     mergeTags(*merged, other);

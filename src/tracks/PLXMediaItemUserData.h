@@ -79,6 +79,10 @@ class QSML_EXPORT PLXMediaItemUserData final : public PLXCloudDatabaseObject,
 
     /// Points, cues, loops and title IDs travel as JSON texts.
     Value cloudValueForCloudKey(std::string_view cloudKey) const override;
+    /// Compares what the texts say: other writers order keys and write numbers in their own way,
+    /// and title IDs in any order.
+    bool isEqualCloudValue(const Value& a, const Value& b,
+                           std::string_view cloudKey) const override;
     /// A text that is no point sets nil; cues, loops and title IDs leave out what cannot be read,
     /// and are nil when nothing is left. A value that is no text or no list is refused.
     bool setLocalValueFromCloudValue(const Value& value, std::string_view cloudKey) override;
