@@ -1,11 +1,10 @@
 #include "database/PLXDatabaseManager.h"
 
-// The places of the extensions in the order of setup. None is registered yet: each gets its file
-// here as soon as its kind of extension and its records exist.
+// The places of the extensions in the order of setup. Those that have a file of their own are
+// registered; the others get theirs as soon as their kind of extension and their records exist.
 
 namespace qsml {
 
-void PLXDatabaseManager::setupRelationshipExtension() {}
 void PLXDatabaseManager::setupMediaItemUserDataSearchIndexExtension() {}
 void PLXDatabaseManager::setupMediaItemAnalyzedDataSecondaryIndexExtension() {}
 void PLXDatabaseManager::setupMediaViewExtension() {}
