@@ -1,0 +1,77 @@
+#pragma once
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "store/indexes/YapDatabaseColumnIndex.h"
+
+namespace qsml::detail {
+
+class ColumnTable;
+
+/// What one transaction does for an index: it notes row ids, and computes and writes their columns
+/// when asked. Confined to the transaction.
+class ColumnWork {
+public:
+    ColumnWork(const YapDatabaseColumnIndex& index, YapDatabaseExtensionContext& context);
+    ~ColumnWork();
+    ColumnWork(const ColumnWork&) = delete;
+    ColumnWork& operator=(const ColumnWork&) = delete;
+
+    enum class Event : std::uint8_t { inserted, changed, removed };
+    void note(std::int64_t rowid, Event event) { noted_.push_back({rowid, event}); }
+    void noteDependents(const YapDatabaseRow& row);
+    /// Brings the tables up to date with what was noted. A failure stays: the commit must not be.
+    bool apply(Error* error);
+    const std::vector<std::int64_t>& changedRowids();
+
+    bool fill(Error* error);
+    using Fault = std::function<void(std::string_view collection, std::string_view key,
+                                     std::string_view description)>;
+    bool check(const Fault& fault, Error* error);
+
+    /// Gives the row's collection and key, when there is such a row. False after a failure.
+    bool keyOfRow(std::int64_t rowid,
+                  const std::function<void(std::string_view, std::string_view)>& block,
+                  Error* error);
+    ColumnTable& table();
+
+private:
+    struct Noted {
+        std::int64_t rowid;
+        Event event;
+    };
+    bool isAllowed(std::string_view collection) const;
+    /// Fills values_. Answers what the handler threw; empty when it did not.
+    std::string compute(const YapDatabaseRow& row);
+    void computeForWriting(const YapDatabaseRow& row);
+    bool resolveDependents();
+    bool applyNoted();
+    bool write(std::int64_t rowid, bool isNew);
+    bool writeValues(std::int64_t rowid, bool isNew);
+    bool remove(std::int64_t rowid);
+    void checkRow(const YapDatabaseRow& row, const Fault& fault,
+                  std::vector<std::int64_t>* expected);
+    bool checkStrayRows(const std::vector<std::int64_t>& expected, const Fault& fault,
+                        Error* error);
+    /// Keeps the error of a read that the store has answered with nothing.
+    bool hasRead();
+
+    const YapDatabaseColumnIndex& index_;
+    YapDatabaseExtensionContext& context_;
+    std::unique_ptr<ColumnTable> table_;
+    YapDatabaseColumnValues values_;
+    std::vector<Noted> noted_;
+    std::set<std::pair<String, String>> dependents_;
+    std::vector<std::int64_t> changed_;
+    std::size_t sortedChanges_ = 0;
+    Error failure_;
+    bool isApplying_ = false;
+    bool isIncomplete_ = false;
+};
+
+}  // namespace qsml::detail
