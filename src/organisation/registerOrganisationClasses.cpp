@@ -2,6 +2,8 @@
 
 #include "organisation/PLXHistorySession.h"
 #include "organisation/PLXHistorySessionItem.h"
+#include "organisation/PLXMediaItemPlaylist.h"
+#include "organisation/PLXMediaItemPlaylistItem.h"
 #include "organisation/PLXMediaItemTag.h"
 #include "organisation/PLXMediaItemTagGroup.h"
 #include "organisation/PLXQueue.h"
@@ -17,6 +19,8 @@ void registerOrganisationClasses() {
     (void)PLXHistorySessionItem::classObject();
     (void)PLXMediaItemTag::classObject();
     (void)PLXMediaItemTagGroup::classObject();
+    (void)PLXMediaItemPlaylist::classObject();
+    (void)PLXMediaItemPlaylistItem::classObject();
 }
 
 }  // namespace qsml

@@ -8,8 +8,9 @@
 namespace qsml {
 namespace {
 
-const char* const classes[] = {"PLXQueue",        "PLXQueueItem",         "PLXHistorySession",
-                               "PLXMediaItemTag", "PLXMediaItemTagGroup", "PLXHistorySessionItem"};
+const char* const classes[] = {
+    "PLXQueue",        "PLXQueueItem",         "PLXHistorySession",    "PLXHistorySessionItem",
+    "PLXMediaItemTag", "PLXMediaItemTagGroup", "PLXMediaItemPlaylist", "PLXMediaItemPlaylistItem"};
 
 TEST(GivenAManager, WhenMadeThenArchivesFindTheClassesOfThisFolderByName) {
     const PLXDatabaseManager manager;

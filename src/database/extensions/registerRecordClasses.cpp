@@ -2,6 +2,7 @@
 
 #include "contentpacks/registerContentPackClasses.h"
 #include "core/registerCoreClasses.h"
+#include "filters/registerFilterClasses.h"
 #include "organisation/registerOrganisationClasses.h"
 #include "tracks/registerTrackClasses.h"
 
@@ -10,6 +11,7 @@ namespace qsml {
 void registerRecordClasses() {
     registerCoreClasses();
     registerTrackClasses();
+    registerFilterClasses();
     registerOrganisationClasses();
     registerContentPackClasses();
 }
