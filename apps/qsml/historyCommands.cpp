@@ -101,7 +101,7 @@ int runHistoryAdd(const CommonOptions& common, const HistoryOptions& options) {
     changeLibrary(connection, [&](YapDatabaseReadWriteTransaction& transaction) {
         const Sessions open = openSessions(transaction);
         if (open.empty()) failWithoutSession();
-        const auto session = open.front();
+        const auto& session = open.front();
         entry->setSessionUUID(session->uuid());
         entry->setTitleID(findTrack(options.track, transaction)->titleID());
         entry->setDeckNumber(options.deck);

@@ -28,6 +28,7 @@ std::string_view declaredType(YapDatabaseSecondaryIndexType type) {
 
 std::vector<std::string> namesOf(const std::vector<YapDatabaseSecondaryIndexColumn>& columns) {
     std::vector<std::string> names;
+    names.reserve(columns.size());
     for (const auto& column : columns) names.push_back(column.name);
     return names;
 }
@@ -35,6 +36,7 @@ std::vector<std::string> namesOf(const std::vector<YapDatabaseSecondaryIndexColu
 std::vector<detail::TableColumn> tableColumns(
     const std::vector<YapDatabaseSecondaryIndexColumn>& columns) {
     std::vector<detail::TableColumn> made;
+    made.reserve(columns.size());
     for (const auto& column : columns) made.push_back({column.name, declaredType(column.type)});
     return made;
 }

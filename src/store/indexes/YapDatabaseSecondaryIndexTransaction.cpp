@@ -176,6 +176,7 @@ bool YapDatabaseSecondaryIndexTransaction::performAggregate(YapDatabaseAggregate
 std::vector<std::optional<std::int64_t>> YapDatabaseSecondaryIndexTransaction::rowidsForKeys(
     const std::vector<String>& keys, std::string_view collection) {
     std::vector<std::optional<std::int64_t>> rowids;
+    rowids.reserve(keys.size());
     for (const String& key : keys) rowids.push_back(context().rowidForKey(key, collection));
     return rowids;
 }

@@ -1,6 +1,7 @@
 #include "store/relationships/detail/checkEdges.h"
 
 #include <map>
+#include <tuple>
 
 #include "foundation/Value.h"
 #include "store/relationships/detail/declaredEdges.h"
@@ -12,7 +13,9 @@ namespace {
 /// An edge without its source and rules, as people know it.
 struct Target {
     std::string name, collection, key;
-    auto operator<=>(const Target&) const = default;
+    bool operator<(const Target& other) const {
+        return std::tie(name, collection, key) < std::tie(other.name, other.collection, other.key);
+    }
     std::string text() const {
         return "\"" + name + "\" to \"" + key + "\" of the collection \"" + collection + "\"";
     }

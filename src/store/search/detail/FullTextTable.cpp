@@ -32,6 +32,7 @@ std::string tokenizerOf(const YapDatabaseFullTextSearchOptions& options) {
 
 std::vector<TableColumn> textColumns(const std::vector<std::string>& names) {
     std::vector<TableColumn> columns;
+    columns.reserve(names.size());
     for (const std::string& name : names) columns.push_back({name, "TEXT"});
     return columns;
 }
