@@ -64,9 +64,10 @@ public:
     void setDatabaseOptions(YapDatabaseOptions options) { options_ = std::move(options); }
 
     /// Opens or creates the library file and makes everything ready. False, with the store's error,
-    /// when the file cannot be opened; the file is then as it was and setup may be tried again.
-    /// Once it succeeded, a further call is refused and changes nothing. A failed registration of
-    /// an extension, or a provider that throws, is logged and leaves that extension absent.
+    /// when the file cannot be opened; the file is then as it was and setup may be tried again,
+    /// once the notification queue has turned. Once it succeeded, a further call is refused and
+    /// changes nothing. A failed registration of an extension, or a provider that throws, is logged
+    /// and leaves that extension absent.
     bool setupDatabaseWithFileURL(const URL& fileURL, Error* error = nullptr);
     bool setupDatabaseWithFileURL(const URL& fileURL, const Providers& extensionProviders,
                                   Error* error = nullptr);

@@ -161,6 +161,7 @@ TEST_F(GivenNoFile, WhenACallOfTheSystemFailsThenSetupSaysSoOrEverythingWorks) {
             EXPECT_TRUE(error);
             EXPECT_EQ(manager->database(), nullptr);
             EXPECT_EQ(manager->uiDatabaseConnection(), nullptr);
+            queue.sync([] {});  // the notice of a registration holds the database until it is told
             setup();
         }
         ASSERT_TRUE(done) << error.description;
