@@ -1,16 +1,16 @@
 // Reads any bytes as a keyed archive; what can be read is written again and read once more.
 #include <cstdlib>
 
+#include "database/registerRecordClasses.h"
 #include "foundation/archiveDescription.h"
 #include "testing/SampleRecord.h"
-#include "tracks/registerTrackClasses.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace qsml;
     static KeyedUnarchiver unarchiver, again;
     static KeyedArchiver archiver;
     SampleRecord::registerClass();
-    registerTrackClasses();
+    registerRecordClasses();
     Error error;
     const Value value = unarchiver.unarchive({data, size}, &error);
     if (error && !value.isNil()) std::abort();
