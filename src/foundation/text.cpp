@@ -1,14 +1,11 @@
 #include "foundation/text.h"
 
 #include <unicode/ucasemap.h>
-#include <unicode/ucol.h>
-#include <unicode/uloc.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <mutex>
 #include <stdexcept>
 #include <vector>
 
@@ -61,48 +58,6 @@ std::size_t trailingWhitespace(std::string_view text) {
     return leadingWhitespace(last) == last.size() ? last.size() : 0;
 }
 
-/// The process's locale. The generation tells each thread when its collator is out of date.
-struct CurrentLocale {
-    std::mutex mutex;
-    std::string identifier;  // empty: the system's
-    std::atomic<unsigned> generation{1};
-};
-
-CurrentLocale& sharedLocale() {
-    static auto& locale = *new CurrentLocale();
-    return locale;
-}
-
-std::string systemLocale() {
-    // A process without locale settings gets the POSIX variant, which sorts all capitals first and
-    // cannot ignore case: no order for people.
-    std::string found = uloc_getDefault();
-    return found == "en_US_POSIX" || found == "c" ? "en_US" : found;
-}
-
-/// One for each thread: opening a collator costs far more than a comparison.
-class ThreadCollator {
-public:
-    ~ThreadCollator() { ucol_close(collator_); }
-
-    /// Null when ICU has no collation data.
-    const UCollator* current() {
-        const unsigned latest = sharedLocale().generation.load(std::memory_order_acquire);
-        if (generation_ != latest) {
-            ucol_close(collator_);
-            UErrorCode status = U_ZERO_ERROR;
-            collator_ = ucol_open(currentLocale().c_str(), &status);
-            if (U_SUCCESS(status)) ucol_setStrength(collator_, UCOL_SECONDARY);
-            generation_ = latest;
-        }
-        return collator_;
-    }
-
-private:
-    UCollator* collator_ = nullptr;
-    unsigned generation_ = 0;
-};
-
 }  // namespace
 
 String lowercased(std::string_view text) {
@@ -145,31 +100,6 @@ String chuzzle(const String& text) {
     const auto trimmed = trimmingWhitespaceAndNewlines(text.view());
     if (trimmed.empty()) return {};
     return trimmed.size() == text.size() ? text : String(trimmed);
-}
-
-int localizedCaseInsensitiveCompare(std::string_view a, std::string_view b) {
-    thread_local ThreadCollator collator;
-    if (const UCollator* current = collator.current()) {
-        UErrorCode status = U_ZERO_ERROR;
-        const int order = ucol_strcollUTF8(current, a.data() ? a.data() : "", icuSize(a),
-                                           b.data() ? b.data() : "", icuSize(b), &status);
-        if (U_SUCCESS(status)) return order;
-    }
-    const int order = a.compare(b);
-    return order < 0 ? -1 : order > 0 ? 1 : 0;
-}
-
-void setCurrentLocale(std::string_view identifier) {
-    auto& locale = sharedLocale();
-    const std::lock_guard lock(locale.mutex);
-    locale.identifier = identifier;
-    locale.generation.fetch_add(1, std::memory_order_release);
-}
-
-std::string currentLocale() {
-    auto& locale = sharedLocale();
-    const std::lock_guard lock(locale.mutex);
-    return locale.identifier.empty() ? systemLocale() : locale.identifier;
 }
 
 bool isValidUTF8(std::string_view text) noexcept {

@@ -9,4 +9,10 @@ bool YapDatabaseExtension::rebuild(YapDatabaseExtensionContext& context, Error* 
     return dropTables(context, error) && createTables(context, error) && fill(context, error);
 }
 
+std::shared_ptr<const YapDatabaseExtensionState> YapDatabaseExtension::reloadState(
+    YapDatabaseExtensionContext& context, const std::shared_ptr<const YapDatabaseExtensionState>&,
+    Error* error) {
+    return loadState(context, error);
+}
+
 }  // namespace qsml

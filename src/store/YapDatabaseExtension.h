@@ -59,6 +59,12 @@ public:
                              const std::function<void(const YapDatabaseRow&)>& block) = 0;
     virtual std::optional<std::int64_t> rowidForKey(std::string_view key,
                                                     std::string_view collection) = 0;
+    /// False when there is no such row.
+    virtual bool keyForRowid(std::int64_t rowid, YapDatabaseCollectionKey* row) = 0;
+    /// What is kept in memory of the snapshot that is read; null before registration is through.
+    virtual std::shared_ptr<const YapDatabaseExtensionState> state() = 0;
+    /// Something stored cannot be read: becomes the transaction's error and makes a write fail.
+    virtual void fail(Error error) = 0;
 };
 
 /// A kind of derived data that follows the rows: a view, an index, a search, a graph of edges.
@@ -82,7 +88,8 @@ public:
     /// Columns, persistence and the like: a difference rebuilds.
     virtual std::string configuration() const { return {}; }
     const std::string& versionTag() const { return versionTag_; }
-    /// False: rebuilt at each registration.
+    /// False: it keeps nothing in the file. It has no tables then; loadState() computes its content
+    /// from the rows and from its parents, at registration and after commits of other processes.
     virtual bool isPersistent() const { return true; }
     /// Names of extensions that must be registered before.
     virtual std::vector<std::string> parents() const { return {}; }
@@ -101,6 +108,11 @@ public:
     /// The state of the snapshot that the context reads, loaded from the tables; may be null.
     virtual std::shared_ptr<const YapDatabaseExtensionState> loadState(
         YapDatabaseExtensionContext& context, Error* error) = 0;
+    /// The same after commits of another process; `newest` is the last state of this process that
+    /// is known, or null. For what only memory has: a filter, a search.
+    virtual std::shared_ptr<const YapDatabaseExtensionState> reloadState(
+        YapDatabaseExtensionContext& context,
+        const std::shared_ptr<const YapDatabaseExtensionState>& newest, Error* error);
     /// What the commit of the registration tells of the extension: its whole content as insertions,
     /// say. Null when there is nothing to tell.
     virtual std::shared_ptr<const YapDatabaseExtensionChanges> changesOfRegistration(

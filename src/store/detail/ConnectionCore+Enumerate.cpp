@@ -88,6 +88,20 @@ bool ConnectionCore::enumerateRows(const std::set<std::string, std::less<>>* nam
     });
 }
 
+bool ConnectionCore::readKey(std::int64_t rowid, YapDatabaseCollectionKey* row) {
+    UnpackedKey key;
+    Query query(statements_.keyByRowid, handle_.get());
+    query.bind(1, rowid);
+    if (!query.row()) {
+        noteReadError(query);
+        return false;
+    }
+    const Collection* of = collection(collectionOfRowid(rowid));
+    if (!of || !key.read(query, 0)) return false;
+    *row = {of->name, key.view()};
+    return true;
+}
+
 bool ConnectionCore::readRow(std::int64_t rowid,
                              const std::function<void(const YapDatabaseRow&)>& block) {
     UnpackedKey key;

@@ -153,6 +153,7 @@ public:
     bool enumerateRows(const std::set<std::string, std::less<>>* collections,
                        const std::function<void(const YapDatabaseRow&)>& block);
     bool readRow(std::int64_t rowid, const std::function<void(const YapDatabaseRow&)>& block);
+    bool readKey(std::int64_t rowid, YapDatabaseCollectionKey* row);
 
     /// Every row as it is stored, sound or not.
     struct StoredRow {

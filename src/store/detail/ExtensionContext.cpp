@@ -41,4 +41,16 @@ std::optional<std::int64_t> ExtensionContext::rowidForKey(std::string_view key,
     return connection_.rowid(key, collection);
 }
 
+bool ExtensionContext::keyForRowid(std::int64_t rowid, YapDatabaseCollectionKey* row) {
+    return connection_.readKey(rowid, row);
+}
+
+std::shared_ptr<const YapDatabaseExtensionState> ExtensionContext::state() {
+    const SnapshotState& all = *connection_.state();
+    const std::size_t index = all.indexOf(registered_->name);
+    return index == SnapshotState::npos ? nullptr : all.states[index];
+}
+
+void ExtensionContext::fail(Error error) { connection_.fail(std::move(error)); }
+
 }  // namespace qsml::detail

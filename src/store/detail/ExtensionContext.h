@@ -28,6 +28,9 @@ public:
                      const std::function<void(const YapDatabaseRow&)>& block) override;
     std::optional<std::int64_t> rowidForKey(std::string_view key,
                                             std::string_view collection) override;
+    bool keyForRowid(std::int64_t rowid, YapDatabaseCollectionKey* row) override;
+    std::shared_ptr<const YapDatabaseExtensionState> state() override;
+    void fail(Error error) override;
 
 private:
     ConnectionCore& connection_;

@@ -6,6 +6,7 @@
 #include <set>
 
 #include "store/detail/ConnectionCore.h"
+#include "store/detail/DatabaseCore.h"
 #include "store/detail/quotedIdentifier.h"
 
 namespace qsml::detail {
@@ -66,10 +67,6 @@ bool isUpToDate(const Settings& settings, const YapDatabaseExtension& extension)
     return isSameKind(settings, extension) &&
            valueOf(settings, configurationKey) == extension.configuration() &&
            valueOf(settings, tagKey) == extension.versionTag() && settings.count(staleKey) == 0;
-}
-
-bool isCurrent(const Settings& settings, const YapDatabaseExtension& extension) {
-    return extension.isPersistent() && isUpToDate(settings, extension);
 }
 
 std::set<std::string> tables(ConnectionCore& connection) {
@@ -149,6 +146,65 @@ bool build(ConnectionCore& connection, ExtensionContext& context, YapDatabaseExt
     return storeSettings(connection, extension, name, before) || failed(connection, name, error);
 }
 
+using StatePointer = std::shared_ptr<const YapDatabaseExtensionState>;
+
+/// Of an extension that keeps nothing in the file, unlike one of its name that may have done so.
+bool loadVolatile(ConnectionCore& connection, ExtensionContext& context,
+                  YapDatabaseExtension& extension, const std::string& name,
+                  const Settings& settings, StatePointer* loaded, Error* error) {
+    if (!settings.empty()) {
+        connection.active().mustCommit = true;
+        if (!dropNotedTables(connection, settings) || !removeSettings(connection, name))
+            return failed(connection, name, error);
+    }
+    Error unreadable;
+    *loaded = extension.loadState(context, &unreadable);
+    if (unreadable) report(error, unreadable);
+    return !unreadable;
+}
+
+/// Reads what is stored, and builds it where it is missing, out of date or unreadable.
+bool loadOrBuild(ConnectionCore& connection, ExtensionContext& context,
+                 YapDatabaseExtension& extension, const std::string& name, const Settings& settings,
+                 StatePointer* loaded, Error* error) {
+    if (isUpToDate(settings, extension)) {
+        Error unreadable;
+        *loaded = extension.loadState(context, &unreadable);
+        if (!unreadable) return true;
+    }
+    if (!build(connection, context, extension, name, settings, error)) return false;
+    Error unreadable;
+    *loaded = extension.loadState(context, &unreadable);
+    if (unreadable) report(error, unreadable);
+    return !unreadable;
+}
+
+/// The newest state of the extension that this process knows.
+StatePointer newestStateOf(ConnectionCore& connection, const std::string& name) {
+    const SnapshotStatePointer newest = connection.database().history().newestState();
+    const std::size_t index = newest ? newest->indexOf(name) : SnapshotState::npos;
+    return index == SnapshotState::npos ? nullptr : newest->states[index];
+}
+
+/// An extension that keeps nothing in the file reads its parents, so these must be in place.
+StatePointer reloadVolatile(ConnectionCore& connection, const SnapshotState& parents,
+                            const std::shared_ptr<const RegisteredExtension>& one, Error* error) {
+    const SnapshotStatePointer before = connection.state();
+    connection.replaceState(std::make_shared<SnapshotState>(parents));
+    ExtensionContext context(connection, one);
+    auto state = one->extension->reloadState(context, newestStateOf(connection, one->name), error);
+    connection.active().work.reset();
+    connection.replaceState(before);
+    return state;
+}
+
+bool hasParents(const SnapshotState& state, const YapDatabaseExtension& extension) {
+    const auto parents = extension.parents();
+    return std::all_of(parents.begin(), parents.end(), [&](const std::string& parent) {
+        return state.indexOf(parent) != SnapshotState::npos;
+    });
+}
+
 }  // namespace
 
 bool setUpExtension(ConnectionCore& connection,
@@ -162,24 +218,12 @@ bool setUpExtension(ConnectionCore& connection,
     const Settings settings = connection.settings(name);
     if (connection.active().error) return failed(connection, name, error);
 
-    std::shared_ptr<const YapDatabaseExtensionState> loaded;
-    bool mustBuild = !isCurrent(settings, *extension);
-    if (!mustBuild) {
-        Error unreadable;
-        loaded = extension->loadState(context, &unreadable);
-        mustBuild = static_cast<bool>(unreadable);
-    }
-    if (mustBuild) {
-        if (!build(connection, context, *extension, name, settings, error)) return false;
-        Error unreadable;
-        loaded = extension->loadState(context, &unreadable);
-        if (unreadable) {
-            report(error, unreadable);
-            return false;
-        }
-    }
-    if (auto changes = extension->changesOfRegistration(context, loaded))
-        connection.active().extensionChanges.emplace(name, std::move(changes));
+    StatePointer loaded;
+    const auto load = extension->isPersistent() ? loadOrBuild : loadVolatile;
+    if (!load(connection, context, *extension, name, settings, &loaded, error)) return false;
+    if (connection.database().hasPinnedConnection())  // nobody else asks what came
+        if (auto changes = extension->changesOfRegistration(context, loaded))
+            connection.active().extensionChanges.emplace(name, std::move(changes));
     auto next = std::make_shared<SnapshotState>(state);
     next->add(std::move(registered), std::move(loaded));
     connection.active().replacedState = std::move(next);
@@ -215,9 +259,15 @@ SnapshotStatePointer loadExtensions(ConnectionCore& connection,
                                     const RegisteredExtensions& registered) {
     auto loaded = std::make_shared<SnapshotState>();
     for (const auto& one : registered) {
+        Error error;
+        if (!one->extension->isPersistent()) {
+            if (!hasParents(*loaded, *one->extension)) continue;
+            auto state = reloadVolatile(connection, *loaded, one, &error);
+            if (!error) loaded->add(one, std::move(state));
+            continue;
+        }
         if (!isUpToDate(connection.settings(one->name), *one->extension)) continue;
         ExtensionContext context(connection, one);
-        Error error;
         auto state = one->extension->loadState(context, &error);
         if (!error) loaded->add(one, std::move(state));
     }
@@ -234,14 +284,20 @@ bool repairExtensions(ConnectionCore& connection, const RegisteredExtensions& re
             repaired->add(one, before->states[known]);
             continue;
         }
-        ExtensionContext context(connection, one);
-        const Settings settings = connection.settings(one->name);
-        if (!build(connection, context, *one->extension, one->name, settings, error)) return false;
-        Error unreadable;
-        auto state = one->extension->loadState(context, &unreadable);
-        if (unreadable) {
-            report(error, unreadable);
-            return false;
+        StatePointer state;
+        if (one->extension->isPersistent()) {
+            ExtensionContext context(connection, one);
+            const Settings settings = connection.settings(one->name);
+            if (!loadOrBuild(connection, context, *one->extension, one->name, settings, &state,
+                             error))
+                return false;
+        } else {
+            Error unreadable;
+            state = reloadVolatile(connection, *repaired, one, &unreadable);
+            if (unreadable) {
+                report(error, unreadable);
+                return false;
+            }
         }
         repaired->add(one, std::move(state));
     }

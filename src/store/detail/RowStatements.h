@@ -34,6 +34,7 @@ struct RowStatements {
     Statement rowidByKey{"SELECT rowid FROM row WHERE collection=?1 AND key=?2"};
     Statement rowByRowid{
         "SELECT rowid, data, metadata, checksum, key, collection FROM row WHERE rowid=?1"};
+    Statement keyByRowid{"SELECT key FROM row WHERE rowid=?1"};
     Statement insertRow{
         "INSERT INTO row(rowid, collection, key, data, metadata, checksum)"
         " VALUES(?1, ?2, ?3, ?4, ?5, ?6)"};
@@ -49,14 +50,34 @@ struct RowStatements {
 
     /// Before the connection closes.
     void finalize() {
-        for (Statement* statement :
-             {&begin,       &beginImmediate,   &commit,         &rollback,
-              &state,       &setState,         &setting,        &settings,
-              &setSetting,  &removeSetting,    &removeSettings, &storedExtensions,
-              &tables,      &collectionByName, &collectionById, &insertCollection,
-              &collections, &rowByKey,         &rowidByKey,     &rowByRowid,
-              &insertRow,   &updateRow,        &deleteRow,      &countInCollection,
-              &countAll,    &keysInCollection, &rowsInRange})
+        for (Statement* statement : {&begin,
+                                     &beginImmediate,
+                                     &commit,
+                                     &rollback,
+                                     &state,
+                                     &setState,
+                                     &setting,
+                                     &settings,
+                                     &setSetting,
+                                     &removeSetting,
+                                     &removeSettings,
+                                     &storedExtensions,
+                                     &tables,
+                                     &collectionByName,
+                                     &collectionById,
+                                     &insertCollection,
+                                     &collections,
+                                     &rowByKey,
+                                     &rowidByKey,
+                                     &rowByRowid,
+                                     &keyByRowid,
+                                     &insertRow,
+                                     &updateRow,
+                                     &deleteRow,
+                                     &countInCollection,
+                                     &countAll,
+                                     &keysInCollection,
+                                     &rowsInRange})
             statement->finalize();
     }
 };

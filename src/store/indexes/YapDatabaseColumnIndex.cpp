@@ -75,6 +75,10 @@ const std::vector<std::int64_t>& YapDatabaseColumnIndexTransaction::changedRowid
     return work_->changedRowids();
 }
 
+std::uint64_t YapDatabaseColumnIndexTransaction::changeNumber() const {
+    return work_->changeNumber();
+}
+
 void YapDatabaseColumnIndexTransaction::didInsertRow(const YapDatabaseRow& row) {
     work_->note(row.rowid, detail::ColumnWork::Event::inserted);
 }

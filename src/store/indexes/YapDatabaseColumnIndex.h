@@ -116,6 +116,8 @@ public:
     /// The rows that this transaction has changed in the index so far, ascending; they may be there
     /// now or gone. Complete once the index has flushed.
     const std::vector<std::int64_t>& changedRowids() const;
+    /// Grows with each change of a row in the index.
+    std::uint64_t changeNumber() const;
 
     void didInsertRow(const YapDatabaseRow& row) override;
     void didUpdateRow(const YapDatabaseRow& row, YapDatabaseUpdate update) override;

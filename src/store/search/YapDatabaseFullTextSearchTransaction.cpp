@@ -29,6 +29,7 @@ YapDatabaseFullTextSearchTransaction::YapDatabaseFullTextSearchTransaction(
 YapDatabaseFullTextSearchTransaction::~YapDatabaseFullTextSearchTransaction() = default;
 
 bool YapDatabaseFullTextSearchTransaction::findRowids(std::string_view query,
+                                                      std::optional<std::int64_t> row,
                                                       std::vector<std::int64_t>* rowids,
                                                       Error* error) {
     rowids->clear();
@@ -42,13 +43,14 @@ bool YapDatabaseFullTextSearchTransaction::findRowids(std::string_view query,
     const std::string text = index_.options().separatesScriptsWithoutBlanks
                                  ? detail::separatedQuery(query, index_.columnNames())
                                  : std::string(query);
-    return static_cast<detail::FullTextTable&>(work().table()).match(text, rowids, error);
+    auto& table = static_cast<detail::FullTextTable&>(work().table());
+    return row ? table.matchRow(text, *row, rowids, error) : table.match(text, rowids, error);
 }
 
 YapDatabaseColumnIndexTransaction::Search YapDatabaseFullTextSearchTransaction::search(
     std::string_view query) {
     return [this, query](std::vector<std::int64_t>* rowids, Error* error) {
-        return findRowids(query, rowids, error);
+        return findRowids(query, std::nullopt, rowids, error);
     };
 }
 
@@ -73,7 +75,16 @@ bool YapDatabaseFullTextSearchTransaction::enumerateRowsMatching(std::string_vie
 bool YapDatabaseFullTextSearchTransaction::rowidsMatching(std::string_view query,
                                                           std::vector<std::int64_t>* rowids,
                                                           Error* error) {
-    return ask([&](Error* cause) { return findRowids(query, rowids, cause); }, error);
+    return ask([&](Error* cause) { return findRowids(query, std::nullopt, rowids, cause); }, error);
+}
+
+bool YapDatabaseFullTextSearchTransaction::rowMatches(std::int64_t rowid, std::string_view query,
+                                                      bool* matches, Error* error) {
+    std::vector<std::int64_t> found;
+    const bool isAnswered =
+        ask([&](Error* cause) { return findRowids(query, rowid, &found, cause); }, error);
+    *matches = !found.empty();
+    return isAnswered;
 }
 
 }  // namespace qsml

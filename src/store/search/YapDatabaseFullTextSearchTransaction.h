@@ -35,8 +35,13 @@ public:
     bool rowidsMatching(std::string_view query, std::vector<std::int64_t>* rowids,
                         Error* error = nullptr);
 
+    /// Whether that row is among them.
+    bool rowMatches(std::int64_t rowid, std::string_view query, bool* matches,
+                    Error* error = nullptr);
+
 private:
-    bool findRowids(std::string_view query, std::vector<std::int64_t>* rowids, Error* error);
+    bool findRowids(std::string_view query, std::optional<std::int64_t> row,
+                    std::vector<std::int64_t>* rowids, Error* error);
     Search search(std::string_view query);
 
     const YapDatabaseFullTextSearch& index_;

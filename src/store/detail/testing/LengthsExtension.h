@@ -32,7 +32,6 @@ public:
     std::string kind() const override { return kindName; }
     std::int64_t formatVersion() const override { return 1; }
     std::string configuration() const override { return columns; }
-    bool isPersistent() const override { return persistent; }
     std::vector<std::string> parents() const override { return needed; }
     const std::set<std::string, std::less<>>* allowedCollections() const override {
         static const std::set<std::string, std::less<>> allowed{"texts"};
@@ -117,7 +116,7 @@ public:
     }
 
     std::string kindName = "lengths", columns;
-    bool persistent = true, failsToFill = false, failsToFlush = false, writesAtFlush = false;
+    bool failsToFill = false, failsToFlush = false, writesAtFlush = false;
     std::vector<std::string> needed;
     int fills = 0, loads = 0, commits = 0;
     std::string calls;

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "store/YapDatabaseExtension.h"
-#include "store/indexes/detail/StatementRun.h"
+#include "store/detail/StatementRun.h"
 
 namespace qsml::detail {
 

@@ -1,34 +1,13 @@
 #include "store/indexes/detail/ColumnWork.h"
 
 #include <algorithm>
-#include <new>
-#include <optional>
 
 #include "foundation/Log.h"
 #include "store/detail/PackedKey.h"
+#include "store/detail/troubleOf.h"
 #include "store/indexes/detail/ColumnTable.h"
 
 namespace qsml::detail {
-
-namespace {
-
-/// What the application's block throws, in words; nothing when it does not. Too little memory is
-/// not the block's fault.
-template <class Block>
-std::optional<std::string> troubleOf(const Block& block) {
-    try {
-        block();
-        return std::nullopt;
-    } catch (const std::bad_alloc&) {
-        throw;
-    } catch (const std::exception& exception) {
-        return std::string(exception.what());
-    } catch (...) {
-        return std::string("an exception of an unknown kind");
-    }
-}
-
-}  // namespace
 
 ColumnWork::ColumnWork(const YapDatabaseColumnIndex& index, YapDatabaseExtensionContext& context)
     : index_(index), context_(context), values_(index.columnNames()) {}
@@ -147,19 +126,24 @@ bool ColumnWork::writeValues(std::int64_t rowid, bool isNew) {
         case ColumnTable::Stored::equal:
             return true;
         case ColumnTable::Stored::absent:
-            changed_.push_back(rowid);
+            noteChange(rowid);
             return table().insert(rowid, values_.values(), &failure_);
         case ColumnTable::Stored::different:
             break;
     }
-    changed_.push_back(rowid);
+    noteChange(rowid);
     return table().replace(rowid, values_.values(), &failure_);
+}
+
+void ColumnWork::noteChange(std::int64_t rowid) {
+    changed_.push_back(rowid);
+    ++changeNumber_;
 }
 
 bool ColumnWork::remove(std::int64_t rowid) {
     bool wasThere = false;
     if (!table().remove(rowid, &wasThere, &failure_)) return false;
-    if (wasThere) changed_.push_back(rowid);
+    if (wasThere) noteChange(rowid);
     return true;
 }
 

@@ -28,6 +28,7 @@ public:
     /// Brings the tables up to date with what was noted. A failure stays: the commit must not be.
     bool apply(Error* error);
     const std::vector<std::int64_t>& changedRowids();
+    std::uint64_t changeNumber() const noexcept { return changeNumber_; }
 
     bool fill(Error* error);
     using Fault = std::function<void(std::string_view collection, std::string_view key,
@@ -54,6 +55,7 @@ private:
     bool write(std::int64_t rowid, bool isNew);
     bool writeValues(std::int64_t rowid, bool isNew);
     bool remove(std::int64_t rowid);
+    void noteChange(std::int64_t rowid);
     void checkRow(const YapDatabaseRow& row, const Fault& fault,
                   std::vector<std::int64_t>* expected);
     bool checkStrayRows(const std::vector<std::int64_t>& expected, const Fault& fault,
@@ -68,6 +70,7 @@ private:
     std::vector<Noted> noted_;
     std::set<std::pair<String, String>> dependents_;
     std::vector<std::int64_t> changed_;
+    std::uint64_t changeNumber_ = 0;
     std::size_t sortedChanges_ = 0;
     Error failure_;
     bool isApplying_ = false;

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cctype>
 
-#include "store/indexes/detail/StatementRun.h"
+#include "store/detail/StatementRun.h"
 
 namespace qsml::detail {
 

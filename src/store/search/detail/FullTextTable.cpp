@@ -63,6 +63,7 @@ FullTextTable::FullTextTable(YapDatabaseExtensionContext& context,
                   ") SELECT 'delete', rowid, " + names + " FROM " + name() + " WHERE rowid=?1";
     addText_ = "INSERT INTO " + words_ + "(rowid, " + names + ") VALUES(?1, " + parameters + ")";
     matchText_ = "SELECT rowid FROM " + words_ + " WHERE " + words_ + " MATCH ?1 ORDER BY rowid";
+    matchRowText_ = "SELECT rowid FROM " + words_ + " WHERE " + words_ + " MATCH ?1 AND rowid=?2";
 }
 
 bool FullTextTable::create(Error* error) {
@@ -123,17 +124,27 @@ bool FullTextTable::remove(std::int64_t rowid, bool* wasThere, Error* error) {
     return forgetWords(rowid, error) && ColumnTable::remove(rowid, wasThere, error);
 }
 
-bool FullTextTable::match(const std::string& query, std::vector<std::int64_t>* rowids,
-                          Error* error) {
+bool FullTextTable::collect(StatementRun& run, const std::string& query,
+                            std::vector<std::int64_t>* rowids, Error* error) {
     rowids->clear();
-    StatementRun run(statements(), matchText_);
-    run.bindText(1, query);
     while (run.row()) rowids->push_back(run.number(0));
     if (run.ok()) return true;
     rowids->clear();
     report(error, extensionFailure("The full-text query \"" + query +
                                    "\" cannot be used: " + run.failure("read").description));
     return false;
+}
+
+bool FullTextTable::match(const std::string& query, std::vector<std::int64_t>* rowids,
+                          Error* error) {
+    StatementRun run(statements(), matchText_);
+    return collect(run.bindText(1, query), query, rowids, error);
+}
+
+bool FullTextTable::matchRow(const std::string& query, std::int64_t rowid,
+                             std::vector<std::int64_t>* rowids, Error* error) {
+    StatementRun run(statements(), matchRowText_);
+    return collect(run.bindText(1, query).bind(2, rowid), query, rowids, error);
 }
 
 /// The module's check is a write to SQLite, though it writes nothing. On a connection of its own it

@@ -25,15 +25,20 @@ public:
 
     /// Ascending. The query is the module's language, with the scripts without blanks set apart.
     bool match(const std::string& query, std::vector<std::int64_t>* rowids, Error* error);
+    /// The same for one row: `rowids` has it then, or nothing.
+    bool matchRow(const std::string& query, std::int64_t rowid, std::vector<std::int64_t>* rowids,
+                  Error* error);
 
 private:
     bool forgetWords(std::int64_t rowid, Error* error);
     bool addWords(std::int64_t rowid, const Values& values, Error* error);
+    static bool collect(StatementRun& run, const std::string& query,
+                        std::vector<std::int64_t>* rowids, Error* error);
     bool configure(std::string_view option, int value, Error* error);
 
     const YapDatabaseFullTextSearchOptions& options_;
     std::string words_;  // the module's table, quoted
-    std::string forgetText_, addText_, matchText_;
+    std::string forgetText_, addText_, matchText_, matchRowText_;
 };
 
 }  // namespace qsml::detail

@@ -1,4 +1,4 @@
-#include "store/indexes/detail/StatementRun.h"
+#include "store/detail/StatementRun.h"
 
 #include <sqlite3.h>
 
@@ -93,6 +93,13 @@ StatementRun& StatementRun::bindText(int index, std::string_view text) {
     if (ok())
         code_ = sqlite3_bind_text64(statement_, index, text.data() ? text.data() : "", text.size(),
                                     SQLITE_STATIC, SQLITE_UTF8);
+    return *this;
+}
+
+StatementRun& StatementRun::bindBlob(int index, std::string_view bytes) {
+    if (ok())
+        code_ = sqlite3_bind_blob64(statement_, index, bytes.empty() ? "" : bytes.data(),
+                                    bytes.size(), SQLITE_STATIC);
     return *this;
 }
 

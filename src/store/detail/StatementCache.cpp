@@ -1,4 +1,4 @@
-#include "store/indexes/detail/StatementCache.h"
+#include "store/detail/StatementCache.h"
 
 #include <sqlite3.h>
 

@@ -5,7 +5,7 @@
 
 #include "foundation/Error.h"
 #include "foundation/Value.h"
-#include "store/indexes/detail/StatementCache.h"
+#include "store/detail/StatementCache.h"
 
 namespace qsml::detail {
 
@@ -30,6 +30,7 @@ public:
 
     StatementRun& bind(int index, std::int64_t number);
     StatementRun& bindText(int index, std::string_view text);
+    StatementRun& bindBlob(int index, std::string_view bytes);
     /// With the column's type, as what the column would store. Others than column values are NULL.
     StatementRun& bindValue(int index, const Value& value, std::string_view type = {});
 

@@ -1,0 +1,226 @@
+#include "store/views/detail/AutoViewWork.h"
+
+#include <algorithm>
+
+#include "foundation/Log.h"
+#include "store/detail/PackedKey.h"
+#include "store/detail/troubleOf.h"
+#include "store/views/detail/ViewFailure.h"
+#include "store/views/detail/listOrder.h"
+
+namespace qsml::detail {
+
+AutoViewWork::AutoViewWork(const YapDatabaseAutoView& view, YapDatabaseExtensionContext& context,
+                           std::shared_ptr<const ViewState> base, ViewEditing::Storage storage)
+    : view_(view), context_(context), table_(context), editing_(std::move(base), table_, storage) {}
+
+AutoViewWork::Row& AutoViewWork::rowOf(std::int64_t rowid) { return rows_[rowid]; }
+
+AutoViewWork::Row& AutoViewWork::rowOf(const YapDatabaseRow& from) {
+    Row& row = rows_[from.rowid];
+    if (!row.row.key) {
+        if (lastCollection_.view() != from.collection) lastCollection_ = from.collection;
+        row.row = {lastCollection_, from.key};
+    }
+    return row;
+}
+
+void AutoViewWork::note(std::int64_t rowid, Row& row) {
+    ++changeNumber_;
+    if (row.isPending) return;
+    row.isPending = true;
+    pending_.push_back(rowid);
+}
+
+std::optional<AutoViewWork::Place> AutoViewWork::placeFor(const YapDatabaseRow& row) {
+    if (row.object.isNil() || !view_.grouping()) return std::nullopt;
+    Place place;
+    const YapDatabaseViewSorting& sorting = view_.sorting();
+    const auto trouble = troubleOf([&] {
+        place.group = view_.grouping()(context_.transaction(), row);
+        if (!place.group) return;
+        place.key = sorting.isByList() ? listKey(row.key)
+                                       : sorting.sortKey(context_.transaction(), place.group, row);
+    });
+    if (trouble)
+        log("Warning: the row \"" + std::string(row.key) + "\" of \"" +
+            std::string(row.collection) + "\" is not in the view " + context_.tableName("") + ": " +
+            *trouble);
+    if (trouble || !place.group) return std::nullopt;
+    return place;
+}
+
+void AutoViewWork::insert(const YapDatabaseRow& from) {
+    Row& row = rowOf(from);
+    row.isNew = row.isBeforeKnown = true;
+    row.keepsPlace = false;
+    row.flags |= YapDatabaseViewChangedObject | YapDatabaseViewChangedMetadata;
+    row.wanted = placeFor(from);
+    note(from.rowid, row);
+}
+
+void AutoViewWork::update(const YapDatabaseRow& from, YapDatabaseUpdate update) {
+    Row& row = rowOf(from);
+    if (update.object) row.flags |= YapDatabaseViewChangedObject;
+    if (update.metadata) row.flags |= YapDatabaseViewChangedMetadata;
+    if (update.object && !update.isTouch) {
+        row.keepsPlace = false;
+        row.wanted = placeFor(from);
+    }
+    note(from.rowid, row);
+}
+
+void AutoViewWork::remove(const YapDatabaseRow& from) {
+    Row& row = rowOf(from);
+    row.keepsPlace = false;
+    row.wanted.reset();
+    note(from.rowid, row);
+}
+
+void AutoViewWork::noteListHolder(const YapDatabaseRow& row) {
+    const YapDatabaseViewListOrder& list = view_.sorting().list;
+    if (!view_.sorting().isByList() || !list.groups ||
+        list.collections.find(row.collection) == list.collections.end())
+        return;
+    for (String& group : list.groups(row)) dirtyLists_.insert(std::move(group));
+}
+
+void AutoViewWork::readBefore(std::int64_t rowid, Row& row) {
+    if (row.isBeforeKnown) return;
+    row.isBeforeKnown = true;
+    const auto stored = table_.place(rowid);
+    if (!stored) return;
+    const ViewGroup* group = editing_.base().groupWithId(stored->group);
+    if (!group)
+        throw ViewFailure("A row of the view " + context_.tableName("") +
+                          " stands in a group that is not there.");
+    row.now = row.before = Place{group->name, stored->key};
+}
+
+/// What is to be done in each group, and forgets what was noted.
+AutoViewWork::GroupWorks AutoViewWork::sortedWork() {
+    GroupWorks groups;
+    std::sort(pending_.begin(), pending_.end());
+    for (const std::int64_t rowid : pending_) {
+        Row& row = rowOf(rowid);
+        row.isPending = false;
+        readBefore(rowid, row);
+        if (row.keepsPlace || row.wanted == row.now) continue;
+        if (row.now) groups[row.now->group].going.push_back(rowid);
+        if (row.wanted) groups[row.wanted->group].coming.push_back(rowid);
+    }
+    pending_.clear();
+    if (view_.sorting().isByList())
+        for (const String& group : dirtyLists_) groups[group];
+    dirtyLists_.clear();
+    return groups;
+}
+
+void AutoViewWork::apply() {
+    if (pending_.empty() && dirtyLists_.empty()) return;
+    GroupWorks groups = sortedWork();
+    for (auto& [group, work] : groups) {
+        if (view_.sorting().isByList())
+            applyToListed(group, work);
+        else
+            applyToSorted(group, work);
+    }
+    for (auto& [group, work] : groups) {
+        for (const std::int64_t rowid : work.going) rowOf(rowid).now.reset();
+    }
+    for (auto& [group, work] : groups) {
+        for (const std::int64_t rowid : work.coming) rowOf(rowid).now = rowOf(rowid).wanted;
+    }
+}
+
+std::uint64_t AutoViewWork::positionIn(const ViewTree& tree, const ViewEntry& entry) {
+    if (const auto position = tree.positionOf(entry, table_)) return *position;
+    throw ViewFailure("Row " + std::to_string(entry.rowid) +
+                      " is missing in its group of the view " + context_.tableName("") + ".");
+}
+
+void AutoViewWork::applyToSorted(const String& group, GroupWork& work) {
+    ViewTree tree = editing_.tree(group);
+    for (const std::int64_t rowid : work.going)
+        tree.erase(positionIn(tree, {rowid, rowOf(rowid).now->key}), editing_.edit());
+    std::vector<ViewEntry> coming;
+    coming.reserve(work.coming.size());
+    for (const std::int64_t rowid : work.coming)
+        coming.push_back({rowid, rowOf(rowid).wanted->key});
+    std::sort(coming.begin(), coming.end(), [](const ViewEntry& a, const ViewEntry& b) {
+        return a.key != b.key ? a.key < b.key : a.rowid < b.rowid;
+    });
+    mergeInto(tree, coming);
+    editing_.put(group, std::move(tree));
+}
+
+/// Few rows go in one by one; many are built into a tree together with those that are there.
+void AutoViewWork::mergeInto(ViewTree& tree, std::vector<ViewEntry>& coming) {
+    if (coming.size() < 256 || coming.size() < tree.count() / 8) {
+        for (const ViewEntry& entry : coming)
+            tree.insert(tree.lowerBound(entry, table_), entry, editing_.edit());
+        return;
+    }
+    ViewEntryList existing;
+    tree.enumerate(0, tree.count(), table_, [&](const ViewEntry& entry) {
+        existing.insert(existing.size(), entry.rowid, entry.key);
+        return true;
+    });
+    std::size_t nextComing = 0, nextExisting = 0;
+    tree.clear(editing_.edit());
+    tree = ViewTree::build(
+        [&](ViewEntry* entry) {
+            const bool hasExisting = nextExisting < existing.size();
+            if (hasExisting) *entry = {existing.rowid(nextExisting), existing.key(nextExisting)};
+            if (nextComing < coming.size()) {
+                const ViewEntry& other = coming[nextComing];
+                if (!hasExisting || other.key < entry->key ||
+                    (other.key == entry->key && other.rowid < entry->rowid)) {
+                    *entry = other;
+                    ++nextComing;
+                    return true;
+                }
+            }
+            if (hasExisting) ++nextExisting;
+            return hasExisting;
+        },
+        editing_.edit());
+}
+
+void AutoViewWork::applyToListed(const String& group, const GroupWork& work) {
+    ViewTree tree = editing_.tree(group);
+    const std::set<std::int64_t> going(work.going.begin(), work.going.end());
+    ListedRows rows;
+    std::vector<std::uint64_t> leaving;
+    std::uint64_t position = 0;
+    tree.enumerate(0, tree.count(), table_, [&](const ViewEntry& entry) {
+        if (going.count(entry.rowid))
+            leaving.push_back(position);
+        else
+            rows.add(entry, position);
+        ++position;
+        return true;
+    });
+    if (leaving.size() != going.size())
+        throw ViewFailure("A row is missing in its group of the view " + context_.tableName("") +
+                          ".");
+    for (const std::int64_t rowid : work.coming) rows.addNew({rowid, rowOf(rowid).wanted->key});
+    const auto trouble = troubleOf([&] {
+        view_.sorting().list.keys(context_.transaction(), group,
+                                  [&](std::string_view key) { rows.name(key); });
+    });
+    if (trouble) {
+        log("Warning: the list of the group \"" + group.str() + "\" of the view " +
+            context_.tableName("") + " cannot be read: " + *trouble);
+        rows.forgetNames();
+    }
+    for (const std::int64_t moved : rows.moveIn(tree, std::move(leaving), editing_.edit())) {
+        Row& row = rowOf(moved);
+        readBefore(moved, row);
+        row.flags |= YapDatabaseViewChangedDependency;
+        ++changeNumber_;
+    }
+    if (rows.hasChanged()) editing_.put(group, std::move(tree));
+}
+
+}  // namespace qsml::detail
