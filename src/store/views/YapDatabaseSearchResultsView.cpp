@@ -1,6 +1,6 @@
 #include "store/views/YapDatabaseSearchResultsView.h"
 
-#include <unordered_set>
+#include <algorithm>
 
 #include "store/search/YapDatabaseFullTextSearchTransaction.h"
 #include "store/search/fullTextQuery.h"
@@ -48,12 +48,12 @@ private:
         if (!words().flush(&error)) throw detail::ViewFailure(error.description);
         return parent().changeNumber() + words().changeNumber();
     }
-    std::unordered_set<std::int64_t> matches() {
+    std::vector<std::int64_t> matches() {
         std::vector<std::int64_t> found;
         Error error;
         if (!words().rowidsMatching(rule().matched, &found, &error))
             throw detail::ViewFailure(error.description);
-        return {found.begin(), found.end()};
+        return found;
     }
     bool isMatch(std::int64_t rowid) {
         bool matches = false;
@@ -64,21 +64,20 @@ private:
     }
 
     void applyWhole(detail::ChildViewWork& work) override {
-        const auto found = matches();
-        work.applyWhole(parent(), [&](std::string_view group, std::int64_t rowid) {
-            return view_.isAllowed(group) && found.count(rowid) > 0;
-        });
+        work.applyRows(parent(), matches(),
+                       [&](std::string_view group) { return view_.isAllowed(group); });
     }
     void applyChanges(detail::ChildViewWork& work) override {
         const bool areMany =
             parent().rowChanges().size() + words().changedRowids().size() > fewRows;
-        std::unordered_set<std::int64_t> found;
+        std::vector<std::int64_t> found;  // ascending
         if (areMany) found = matches();
         work.applyChanges(
             parent(), words().changedRowids(),
             [&](const detail::ChildViewWork::Candidate& candidate) {
                 return view_.isAllowed(candidate.group) &&
-                       (areMany ? found.count(candidate.rowid) > 0 : isMatch(candidate.rowid));
+                       (areMany ? std::binary_search(found.begin(), found.end(), candidate.rowid)
+                                : isMatch(candidate.rowid));
             });
     }
 

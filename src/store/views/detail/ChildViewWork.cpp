@@ -70,14 +70,17 @@ void ChildViewWork::remake(YapDatabaseViewTransaction& parent, const String& gro
         if (belongs(group, entry.rowid)) rows.push_back(entry.rowid);
         return true;
     });
+    fill(group, rows);
+}
+
+void ChildViewWork::fill(const String& group, const std::vector<std::int64_t>& rows) {
     std::size_t next = 0;
-    editing_->put(group, ViewTree::build(
-                             [&](ViewEntry* entry) {
-                                 if (next == rows.size()) return false;
-                                 *entry = {rows[next++], {}};
-                                 return true;
-                             },
-                             editing_->edit()));
+    const auto entries = [&](ViewEntry* entry) {
+        if (next == rows.size()) return false;
+        *entry = {rows[next++], {}};
+        return true;
+    };
+    editing_->put(group, ViewTree::build(entries, editing_->edit()));
 }
 
 void ChildViewWork::applyWhole(YapDatabaseViewTransaction& parent, const Belongs& belongs) {
@@ -86,7 +89,34 @@ void ChildViewWork::applyWhole(YapDatabaseViewTransaction& parent, const Belongs
     for (const auto& group : base_->groups()) groups.insert(group->name);
     for (const auto& group : parent.state().groups()) groups.insert(group->name);
     for (const String& group : groups) remake(parent, group, belongs);
+    tellEverything(parent);
+}
 
+void ChildViewWork::applyRows(YapDatabaseViewTransaction& parent,
+                              const std::vector<std::int64_t>& rows,
+                              const std::function<bool(std::string_view group)>& isShown) {
+    start();
+    const ViewRanks& ranks = parent.state().ranks(parent.source());
+    std::vector<std::pair<std::uint32_t, std::int64_t>> ranked;
+    ranked.reserve(rows.size());
+    for (const std::int64_t rowid : rows)
+        if (const std::uint32_t number = ranks.numberOf(rowid)) ranked.emplace_back(number, rowid);
+    std::sort(ranked.begin(), ranked.end());
+    for (const auto& group : base_->groups()) fill(group->name, {});
+    for (std::size_t i = 0; i < ranked.size();) {
+        const ViewGroup* group = ranks.placeOfNumber(ranked[i].first).group;
+        const std::uint64_t last =
+            ranked[i].first + group->tree.count() - ranks.placeOfNumber(ranked[i].first).index;
+        std::vector<std::int64_t> ordered;
+        for (; i < ranked.size() && ranked[i].first < last; ++i)
+            ordered.push_back(ranked[i].second);
+        if (isShown(group->name)) fill(group->name, ordered);
+    }
+    tellEverything(parent);
+}
+
+/// The difference to the view before, row by row.
+void ChildViewWork::tellEverything(YapDatabaseViewTransaction& parent) {
     const Positions before = positionsOf(*base_, nodes_, nullptr);
     const Positions after = positionsOf(state(), nodes_, nullptr);
     std::unordered_set<std::int64_t> told;

@@ -39,6 +39,10 @@ public:
 
     /// Everything anew: walks over the parent. O(n) of the parent's rows.
     void applyWhole(YapDatabaseViewTransaction& parent, const Belongs& belongs);
+    /// The same for rows that are known, as far as the parent has them in groups that are shown.
+    /// O(k log k), and O(n) for the first time on a snapshot.
+    void applyRows(YapDatabaseViewTransaction& parent, const std::vector<std::int64_t>& rows,
+                   const std::function<bool(std::string_view group)>& isShown);
     /// Asks only for the rows that the parent lists as changed, and for `others`, whose answer may
     /// have changed though the parent says nothing of them. O(m) of this view's rows, without
     /// looking at them.
@@ -66,6 +70,8 @@ private:
     void putIn(YapDatabaseViewTransaction& parent, const std::vector<Listed>& listed);
     void remakeGroups(YapDatabaseViewTransaction& parent, const std::vector<Listed>& listed);
     void remake(YapDatabaseViewTransaction& parent, const String& group, const Belongs& belongs);
+    void fill(const String& group, const std::vector<std::int64_t>& rows);
+    void tellEverything(YapDatabaseViewTransaction& parent);
     static Positions positionsOf(const ViewState& state, ViewNodeSource& source,
                                  const std::unordered_set<std::int64_t>* rows);
     void note(std::int64_t before, std::int64_t after, const YapDatabaseCollectionKey& row,

@@ -54,6 +54,7 @@ const ViewGroup* ViewState::groupWithId(std::int64_t id) const {
 }
 
 void ViewState::put(std::shared_ptr<const ViewGroup> group) {
+    forgetRanks();
     const std::size_t i = placeOf(group->name);
     const auto at = groups_.begin() + static_cast<std::ptrdiff_t>(i);
     const bool isThere = i < groups_.size() && groups_[i]->name == group->name;
@@ -66,6 +67,13 @@ void ViewState::put(std::shared_ptr<const ViewGroup> group) {
     } else {
         groups_.insert(at, std::move(group));
     }
+}
+
+/// Nobody else has the state yet.
+void ViewState::forgetRanks() {
+    ranks_.store(nullptr, std::memory_order_relaxed);
+    ranksOwner_.reset();
+    questions_.store(0, std::memory_order_relaxed);
 }
 
 const ViewRanks& ViewState::ranks(ViewNodeSource& source) const {

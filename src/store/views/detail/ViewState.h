@@ -60,6 +60,7 @@ public:
 
 private:
     std::size_t placeOf(std::string_view name) const;
+    void forgetRanks();
 
     using Groups = std::vector<std::shared_ptr<const ViewGroup>>;
     static Groups::iterator placeOfId(Groups& groups, std::int64_t id);

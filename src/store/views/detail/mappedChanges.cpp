@@ -81,6 +81,7 @@ public:
     }
 
     void compare(const std::vector<Operation>& operations) {
+        rows_.reserve(operations.size());
         for (const Operation& operation : operations) list(operation);
         for (Group& group : groups_) {
             if (!group.sections) continue;
@@ -241,7 +242,11 @@ void mappedChanges(const YapDatabaseViewMappings& before, const YapDatabaseViewM
     sections->clear();
     rows->clear();
     listSections(before, after, *sections);
-    Comparison(before, after, content, *rows).compare(composedChanges(commits));
+    Comparison comparison(before, after, content, *rows);
+    if (commits.size() == 1)
+        comparison.compare(commits.front()->operations());
+    else
+        comparison.compare(composedChanges(commits));
     std::sort(rows->begin(), rows->end(), comesBefore);
 }
 
