@@ -146,6 +146,11 @@ public:
     void setupContentPackSecondaryIndexExtension();
     void setupUserContentPackSecondaryIndexExtension();
 
+    // On purpose setup does not call these two: nothing of the library asks what they index. Pinned
+    // by GivenALibrary.WhenSetUpThenTheTwoIndexesThatNothingAsksAreNotRegistered.
+    void setupMediaItemSecondaryIndexExtension();
+    void setupMediaItemUserDataSecondaryIndexExtension();
+
 private:
     struct ChangeObserver {
         std::string collection;

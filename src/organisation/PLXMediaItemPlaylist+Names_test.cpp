@@ -5,7 +5,6 @@
 #include "store/YapDatabase.h"
 #include "store/YapDatabaseConnection.h"
 #include "store/YapDatabaseTransaction.h"
-#include "store/indexes/YapDatabaseSecondaryIndex.h"
 #include "testing/OpenLibrary.h"
 
 namespace qsml {
@@ -13,17 +12,6 @@ namespace {
 
 using Playlist = PLXMediaItemPlaylist;
 const std::string indexName = "mediaItemPlaylistIndex";
-
-std::shared_ptr<YapDatabaseExtension> indexOfNames() {
-    const auto handler = [](YapDatabaseReadTransaction&, const YapDatabaseRow& row,
-                            YapDatabaseColumnValues& values) {
-        if (const auto playlist = objectOfClass<Playlist>(row.object))
-            values.set("name", Value(playlist->name()));
-    };
-    using Index = YapDatabaseSecondaryIndex;
-    return std::make_shared<Index>(std::vector<Index::Column>{{"name", Index::Type::text}},
-                                   handler);
-}
 
 void store(YapDatabaseReadWriteTransaction& transaction, const std::vector<String>& names) {
     for (const String& name : names) {
@@ -39,10 +27,8 @@ class GivenALibraryOfNames : public OpenLibrary, public ::testing::WithParamInte
 protected:
     void SetUp() override {
         OpenLibrary::SetUp();
-        auto& database = *manager_.database();
-        (void)database.unregisterExtension(indexName);
-        if (GetParam() == Asks::theIndex) {
-            ASSERT_TRUE(database.registerExtension(indexOfNames(), indexName));
+        if (GetParam() == Asks::everyPlaylist) {
+            ASSERT_TRUE(manager_.database()->unregisterExtension(indexName));
         }
     }
     void add(const std::vector<String>& names) {
@@ -113,9 +99,9 @@ TEST(GivenALibraryOfNamesWhoseFileFails, WhenANameIsAskedThenItIsFreeOrNil) {
         };
         FaultyLibrary library;
         library.arrange = [&](PLXDatabaseManager& manager) {
-            (void)manager.database()->unregisterExtension(indexName);
-            if (!isIndexed) return;
-            EXPECT_TRUE(manager.database()->registerExtension(indexOfNames(), indexName));
+            if (!isIndexed) {
+                EXPECT_TRUE(manager.database()->unregisterExtension(indexName));
+            }
         };
         const auto ask = [](PLXDatabaseManager& manager) {
             const String name = Playlist::nextAvailablePlaylistNameWithPrefix("Set", manager);

@@ -43,8 +43,9 @@ public:
     /// Stores the title ID under its UUID. False when that could not be done: the library is as
     /// before.
     bool setTitleID(const std::shared_ptr<const PLXMediaItemTitleID>& titleID);
-    bool setTitleID(const std::shared_ptr<const PLXMediaItemTitleID>& titleID,
-                    YapDatabaseReadWriteTransaction& transaction);
+    /// Needs no source: the transaction says where.
+    static bool setTitleID(const std::shared_ptr<const PLXMediaItemTitleID>& titleID,
+                           YapDatabaseReadWriteTransaction& transaction);
 
 private:
     std::shared_ptr<YapDatabaseConnection> connection_;

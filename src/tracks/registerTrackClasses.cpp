@@ -1,6 +1,8 @@
 #include "tracks/registerTrackClasses.h"
 
 #include "tracks/PLXMediaItem.h"
+#include "tracks/PLXMediaItemAnalyzedData.h"
+#include "tracks/PLXMediaItemLocation.h"
 #include "tracks/PLXMediaItemUserData.h"
 
 namespace qsml {
@@ -10,6 +12,8 @@ void registerTrackClasses() {
     (void)PLXMediaItem::classObject();
     (void)PLXMediaItemTitleID::classObject();
     (void)PLXMediaItemUserData::classObject();
+    (void)PLXMediaItemLocation::classObject();
+    (void)PLXMediaItemAnalyzedData::classObject();
     (void)PLXCuePoint::classObject();
     (void)PLXLoopRegion::classObject();
 }

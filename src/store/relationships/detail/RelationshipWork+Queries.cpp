@@ -77,6 +77,25 @@ bool RelationshipWork::visitStored(const Filter& filter, const FoundBlock& block
     }
 }
 
+void RelationshipWork::noteTargets(std::size_t pending) {
+    if (!pendingTo_) return;
+    for (const auto& edge : pending_[pending].list)
+        (*pendingTo_)[edge.destinationKey].push_back(pending);
+}
+
+std::vector<std::size_t> RelationshipWork::pendingTo(const String& destinationKey) {
+    if (!pendingTo_) {
+        pendingTo_.emplace();
+        for (std::size_t i = 0; i < pending_.size(); ++i) noteTargets(i);
+    }
+    const auto found = pendingTo_->find(destinationKey);
+    if (found == pendingTo_->end()) return {};
+    std::vector<std::size_t> lists = found->second;
+    std::sort(lists.begin(), lists.end());
+    lists.erase(std::unique(lists.begin(), lists.end()), lists.end());
+    return lists;
+}
+
 bool RelationshipWork::visitPending(const Filter& filter, const DeclaredBlock& block) {
     if (!filter.matchesDeclared) return true;
     const auto visit = [&](const Pending& pending) {
@@ -85,6 +104,11 @@ bool RelationshipWork::visitPending(const Filter& filter, const DeclaredBlock& b
             return !filter.matches(edge) || block(pending.source, edge);
         });
     };
+    if (!filter.source && filter.query->destination) {
+        const auto lists = pendingTo(filter.query->destination->key);
+        return std::all_of(lists.begin(), lists.end(),
+                           [&](std::size_t list) { return visit(pending_[list]); });
+    }
     if (!filter.source) return std::all_of(pending_.begin(), pending_.end(), visit);
     const auto found = pendingOf_.find(filter.source);
     return found == pendingOf_.end() || visit(pending_[found->second]);

@@ -69,6 +69,7 @@ void RelationshipWork::storeLists() {
     std::vector<Pending> lists;
     lists.swap(pending_);
     pendingOf_.clear();
+    pendingTo_.reset();
     std::vector<StoredEdge> added;
     for (Pending& one : lists) storeList(one, added);
     const auto comesBefore = [](const StoredEdge& a, const StoredEdge& b) {

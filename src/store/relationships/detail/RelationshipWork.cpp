@@ -33,11 +33,13 @@ void RelationshipWork::setPending(const YapDatabaseRow& row, bool isNew) {
     const auto known = pendingOf_.find(row.rowid);
     if (known != pendingOf_.end()) {
         pending_[known->second].list = std::move(list);
+        noteTargets(known->second);
         return;
     }
     if (isNew && list.empty()) return;
     pendingOf_.emplace(row.rowid, pending_.size());
     pending_.push_back({row.rowid, std::move(list), isNew});
+    noteTargets(pending_.size() - 1);
 }
 
 void RelationshipWork::didInsert(const YapDatabaseRow& row) {

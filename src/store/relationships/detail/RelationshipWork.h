@@ -84,6 +84,8 @@ private:
     using DeclaredBlock =
         std::function<bool(std::int64_t source, const YapDatabaseRelationshipEdge&)>;
     bool visitPending(const Filter& filter, const DeclaredBlock& block);
+    void noteTargets(std::size_t pending);
+    std::vector<std::size_t> pendingTo(const String& destinationKey);
     bool isShown(const StoredEdge& edge, const Filter& filter) const;
 
     YapDatabaseExtensionContext& context_;
@@ -91,6 +93,9 @@ private:
     EdgeTables tables_;
     std::vector<Pending> pending_;
     std::unordered_map<std::int64_t, std::size_t> pendingOf_;
+    /// By destination key the lists that may lead there, kept from the first query that asks: in a
+    /// write of many rows each of them may ask. Lists may have changed since, and stand twice.
+    std::optional<std::unordered_map<String, std::vector<std::size_t>>> pendingTo_;
     RemovedRows removed_;
     std::vector<Gone> gone_;
     std::vector<Notice> notices_;

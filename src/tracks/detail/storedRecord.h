@@ -1,0 +1,30 @@
+#pragma once
+#include "database/collectionNames.h"
+#include "store/YapDatabaseTransaction.h"
+#include "tracks/PLXMediaItemLocation.h"
+
+namespace qsml::detail {
+
+/// The record of a track in a collection: all of them are keyed by the title ID's internal ID. Null
+/// when there is none, or no such key.
+template <class Record>
+std::shared_ptr<const Record> storedRecord(
+    const std::shared_ptr<const PLXMediaItemTitleID>& titleID, std::string_view collection,
+    const YapDatabaseReadTransaction& transaction) {
+    const String key = titleID ? titleID->internalID() : String();
+    return key ? transaction.object<Record>(key, collection) : nullptr;
+}
+
+/// Every type but 0 counts as global.
+inline std::string_view collectionOfLocationType(std::int64_t type) {
+    return type == PLXMediaItemLocationTypeLocal ? PLXDatabaseCollectionLocalMediaItemLocations
+                                                 : PLXDatabaseCollectionGlobalMediaItemLocations;
+}
+
+inline std::shared_ptr<const PLXMediaItemLocation> storedLocation(
+    const std::shared_ptr<const PLXMediaItemTitleID>& titleID, std::int64_t type,
+    const YapDatabaseReadTransaction& transaction) {
+    return storedRecord<PLXMediaItemLocation>(titleID, collectionOfLocationType(type), transaction);
+}
+
+}  // namespace qsml::detail
