@@ -28,10 +28,11 @@ bool checkRows(detail::ConnectionCore& core, const FaultBlock& fault,
     constexpr std::uint64_t step = 1000;  // rows between two calls
     const std::uint64_t total = core.numberOfKeys();
     std::uint64_t done = 0;
-    const bool isRead = core.inspectRows([&](const detail::ConnectionCore::StoredRow& row) {
+    const bool isRead = core.inspectRows(INT64_MIN, INT64_MAX, [&](const auto& row) {
         if (!row.fault.empty())
             fault({.collection = row.collection, .key = row.key, .description = row.fault});
         if (progress && ++done % step == 0) progress(done, total);
+        return true;
     });
     if (progress) progress(done, total);
     return isRead;

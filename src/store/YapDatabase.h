@@ -1,6 +1,11 @@
 #pragma once
+#include <cstdint>
+#include <functional>
 #include <memory>
+#include <optional>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "store/YapDatabaseOptions.h"
@@ -83,6 +88,65 @@ public:
     bool check(const std::function<void(const Fault&)>& fault,
                const std::function<void(std::uint64_t done, std::uint64_t total)>& progress = {},
                Error* error = nullptr);
+
+    // Maintenance; see YapDatabase+Maintenance.cpp. None of it from inside a transaction.
+
+    /// Builds every registered extension anew from the rows, in order, in one transaction: the way
+    /// out when check() finds fault with one, also when its tables are damaged. Those that keep
+    /// nothing in the file are made anew after their parents, with their present filters. What an
+    /// extension holds beyond the rows (manual edges) is kept where it can be read, and otherwise
+    /// lost with a warning line. Reports to rebuildProgress and writes a log line for each.
+    ///
+    /// All or nothing. Announced like a commit of another process (isForeign), since everything may
+    /// look different: lists are loaded anew. Other processes load the extensions at their next
+    /// transaction. Pages of tables that were too damaged to be dropped belong to nobody
+    /// afterwards, which check() names until compact() frees them. Takes as long as the first
+    /// registrations did.
+    bool rebuildExtensions(Error* error = nullptr);
+
+    /// A row that check() finds fault with, as it is stored. The bytes last until `keep` returns.
+    struct DamagedRow {
+        std::string_view collection;  ///< empty where it cannot be told
+        std::string_view key;         ///< likewise
+        std::int64_t rowid = 0;
+        std::optional<std::span<const std::uint8_t>> data;      ///< absent: null in the file
+        std::optional<std::span<const std::uint8_t>> metadata;  ///< likewise
+        std::string_view description;                           ///< what is wrong
+    };
+    /// Removes the rows that are damaged or do not decode, and no other, in one transaction, after
+    /// `keep` has put each in safety and answered true. If it once answers false or throws, nothing
+    /// is removed. It runs inside the transaction and must not start another. Rows are read from
+    /// the file once more before they go. `count` gets how many went, 0 after a failure.
+    ///
+    /// No rule of a relationship is carried out, since the row is not meant to be gone: it would
+    /// take sound rows along. Instead all registered extensions are rebuilt in the same
+    /// transaction, see rebuildExtensions(), also for the announcement. Without damaged rows
+    /// nothing is written. False also when pages of the file cannot be read.
+    bool setAsideDamagedRows(const std::function<bool(const DamagedRow&)>& keep,
+                             std::uint64_t* count = nullptr, Error* error = nullptr);
+
+    /// Gives the free pages of the file back to the disk, puts its content in order and leaves an
+    /// empty log. Rows, row ids, extensions and snapshots stay as they are; nothing of removed rows
+    /// stays but what extensions hold of them: words that a full-text index has yet to merge away,
+    /// sort keys that are limits inside a view (rebuildExtensions() removes these). Writers wait
+    /// meanwhile, readers go on; on the disk there must be room for twice the content. The copy
+    /// that it makes ("FILE-compact", mode 0600) goes in the end; what a crash left of one goes at
+    /// the next call.
+    ///
+    /// All or nothing. False (YapDatabaseErrorCode::inTheWay) when a long-lived read transaction or
+    /// another process needs what is in the log; the text names it, says what to do, and whether
+    /// only the shrinking of the file is left to a later checkpoint.
+    bool compact(Error* error = nullptr);
+
+    /// Copies the newest snapshot to a new file while readers and writers go on: a database of its
+    /// own that opens with all extensions as they are. It is written to "PATH.partial" (mode 0600),
+    /// synced, opened for a look, and then given its name. Whatever is there under either name, or
+    /// as a log beside them, is refused (YapDatabaseErrorCode::alreadyThere) and left alone; a
+    /// failure leaves nothing behind. Damage is copied as it is: check() the copy. Progress counts
+    /// pages; what it throws is logged and ignored. The log of the source cannot shrink meanwhile.
+    bool backup(const std::string& path,
+                const std::function<void(std::uint64_t done, std::uint64_t total)>& progress = {},
+                Error* error = nullptr);
 
 private:
     friend class YapDatabaseConnection;

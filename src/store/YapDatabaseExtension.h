@@ -63,6 +63,9 @@ public:
     virtual bool keyForRowid(std::int64_t rowid, YapDatabaseCollectionKey* row) = 0;
     /// What is kept in memory of the snapshot that is read; null before registration is through.
     virtual std::shared_ptr<const YapDatabaseExtensionState> state() = 0;
+    /// A place of this extension on this connection for what outlives a transaction, as prepared
+    /// statements. Emptied before SQLite closes the connection.
+    virtual std::shared_ptr<void>& slot() = 0;
     /// Something stored cannot be read: becomes the transaction's error and makes a write fail.
     virtual void fail(Error error) = 0;
 };
@@ -91,6 +94,9 @@ public:
     /// False: it keeps nothing in the file. It has no tables then; loadState() computes its content
     /// from the rows and from its parents, at registration and after commits of other processes.
     virtual bool isPersistent() const { return true; }
+    /// False: its tables hold something that the rows do not tell. They are then replaced only on
+    /// request when damage keeps them from being rebuilt.
+    virtual bool holdsOnlyDerivedData() const { return true; }
     /// Names of extensions that must be registered before.
     virtual std::vector<std::string> parents() const { return {}; }
     /// The collections whose rows its hooks see; null means all.

@@ -45,6 +45,11 @@ struct YapDatabaseOptions {
     /// Where the modified notification and default completions run; null means the main queue. What
     /// waits when the queue goes is dropped.
     DispatchQueue* notificationQueue = nullptr;
+    /// How far the building of an extension from the rows has come: after each 1,000 rows, and at
+    /// its end. Runs on the thread of the registration, inside its transaction, so it must not
+    /// start another; what it throws is logged and ignored.
+    std::function<void(std::string_view extension, std::uint64_t done, std::uint64_t total)>
+        rebuildProgress = {};
 };
 
 /// How stored objects become bytes and back, for objects or for metadata. All are called on the
@@ -78,7 +83,10 @@ enum class YapDatabaseErrorCode : std::int64_t {
     notARegularFile = -4,  ///< a directory, device or pipe
     cannotLock = -5,
     cannotSerialize = -6,
-    extension = -7
+    extension = -7,
+    notKept = -8,       ///< a damaged row was not put in safety, so it stays
+    inTheWay = -9,      ///< a reader or another process keeps the file from being compacted
+    alreadyThere = -10  ///< a backup does not replace what is there
 };
 
 }  // namespace qsml

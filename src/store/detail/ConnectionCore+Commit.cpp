@@ -24,7 +24,9 @@ bool ConnectionCore::hasChanges() {
 
 bool ConnectionCore::endWrite(Error* error) {
     if (active_->isRolledBack) {
+        const bool hasFailed = active_->hasFailed;
         abandon();
+        mustForgetModules_ = hasFailed;
         return true;
     }
     if (!active_->hasFailed && !handle_.inTransaction())
@@ -34,6 +36,7 @@ bool ConnectionCore::endWrite(Error* error) {
     if (!hasChanges()) {
         adoptRegistration();
         abandon();
+        mustForgetModules_ = false;
         return true;
     }
     return commit(error);
@@ -88,7 +91,8 @@ SnapshotStatePointer ConnectionCore::nextState() {
 CommitRecord ConnectionCore::makeRecord() {
     auto commit = std::make_shared<YapDatabaseCommit>();
     commit->snapshot = active_->state.snapshot + 1;
-    commit->connection = active_->connection.get();
+    commit->isForeign = active_->isForeign;
+    if (!commit->isForeign) commit->connection = active_->connection.get();
     commit->changes = active_->changes.takeChanges();
     commit->extensions = std::move(active_->extensionChanges);
     commit->custom = std::move(active_->custom);
@@ -131,12 +135,14 @@ void ConnectionCore::afterCommit(const CommitRecord& record) {
         database_.areOrphansMarked = true;
     auto work = std::move(active_->work);
     auto newCollections = std::move(active_->newCollections);
+    const auto rebuildLines = std::move(active_->rebuildLines);
     const auto connection = std::move(active_->connection);
     active_.reset();
     lastCollection_ = nullptr;
     writerLock_.reset();
     try {
         for (const auto& collection : newCollections) database_.collections().add(*collection);
+        for (const std::string& line : rebuildLines) log(line);
         keepWrittenValues(record);
         if (work) work->didCommit();
         database_.announceCommits();

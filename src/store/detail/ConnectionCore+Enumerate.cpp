@@ -7,6 +7,7 @@
 #include "store/detail/DatabaseCore.h"
 #include "store/detail/PackedKey.h"
 #include "store/detail/checksum.h"
+#include "store/maintenance/RebuildRun.h"
 
 namespace qsml::detail {
 
@@ -77,14 +78,19 @@ bool ConnectionCore::enumerateRows(const std::set<std::string, std::less<>>* nam
         block(row);
         return true;
     };
-    if (!names) return enumerateRowids(0, INT64_MAX, Decode::objectAndMetadata, {}, all);
+    std::function<bool(std::string_view)> counted;  // rows that do not decode, too
+    if (RebuildRun* run = active_->rebuild) {
+        run->willRead(names);
+        counted = [run](std::string_view) { return run->didRead(); };
+    }
+    if (!names) return enumerateRowids(0, INT64_MAX, Decode::objectAndMetadata, counted, all);
     std::vector<std::uint32_t> numbers;
     for (const std::string& name : *names)
         if (const Collection* of = collection(name)) numbers.push_back(of->id);
     std::sort(numbers.begin(), numbers.end());
     return std::all_of(numbers.begin(), numbers.end(), [&](std::uint32_t number) {
-        return enumerateRowids(firstRowid(number), lastRowid(number), Decode::objectAndMetadata, {},
-                               all);
+        return enumerateRowids(firstRowid(number), lastRowid(number), Decode::objectAndMetadata,
+                               counted, all);
     });
 }
 
@@ -124,13 +130,15 @@ bool ConnectionCore::readRow(std::int64_t rowid,
     return true;
 }
 
-bool ConnectionCore::inspectRows(const std::function<void(const StoredRow&)>& block) {
+bool ConnectionCore::inspectRows(std::int64_t first, std::int64_t last,
+                                 const std::function<bool(const StoredRow&)>& block) {
     UnpackedKey key;
     Query query(statements_.rowsInRange, handle_.get());
-    query.bind(1, std::int64_t{INT64_MIN}).bind(2, std::int64_t{INT64_MAX});
+    query.bind(1, first).bind(2, last);
     while (query.row()) {
         StoredRow row;
-        const Collection* of = collection(collectionOfRowid(query.number(0)));
+        row.rowid = query.number(0);
+        const Collection* of = collection(collectionOfRowid(row.rowid));
         const bool isKey = key.read(query, 4);
         row.key = key.view();
         if (of) row.collection = of->name.str();
@@ -146,7 +154,9 @@ bool ConnectionCore::inspectRows(const std::function<void(const StoredRow&)>& bl
             row.fault = "the stored bytes hold no object";
         else if (!query.isNull(2) && metadata.isNil())
             row.fault = "the stored metadata hold no object";
-        block(row);
+        if (!query.isNull(1)) row.data = query.blob(1);
+        if (!query.isNull(2)) row.metadata = query.blob(2);
+        if (!block(row)) return true;
     }
     noteReadError(query);
     return query.ok();

@@ -36,6 +36,7 @@ ConnectionCore::ConnectionCore(DatabaseCore& database, SqliteHandle handle)
 
 ConnectionCore::~ConnectionCore() {
     database_.removeConnection(*this);
+    slots_.clear();
     statements_.finalize();
 }
 

@@ -7,6 +7,7 @@
 #include <mutex>
 #include <optional>
 #include <set>
+#include <span>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -29,6 +30,7 @@ namespace qsml::detail {
 
 class DatabaseCore;
 class PackedKey;
+class RebuildRun;
 
 /// What a connection is set to; read at the start of each transaction. Thread-safe.
 struct ConnectionSettings {
@@ -59,8 +61,12 @@ struct ActiveTransaction {
     std::map<std::string, std::shared_ptr<const YapDatabaseExtensionChanges>, std::less<>>
         extensionChanges = {};
     bool isRegistration = false;
-    bool hasRepaired = false;  // extensions that another process left behind
+    bool hasRepaired = false;      // extensions that another process left behind
+    bool distrustsTables = false;  // of the extension: an attempt to read them met damage
     bool mustCommit = false;
+    bool isForeign = false;         // to be announced as if another process had written
+    RebuildRun* rebuild = nullptr;  // that reads the rows now
+    std::vector<std::string> rebuildLines = {};  // for the log, once it is committed
 };
 
 /// While one lives, writes are refused.
@@ -155,13 +161,17 @@ public:
     bool readRow(std::int64_t rowid, const std::function<void(const YapDatabaseRow&)>& block);
     bool readKey(std::int64_t rowid, YapDatabaseCollectionKey* row);
 
-    /// Every row as it is stored, sound or not.
+    /// Every row as it is stored, sound or not. The bytes last until the block returns.
     struct StoredRow {
-        std::string collection;
-        std::string key;
-        std::string fault;  ///< empty for a sound row
+        std::int64_t rowid = 0;
+        std::string collection = {};  ///< empty where it cannot be told
+        std::string key = {};         ///< likewise
+        std::optional<std::span<const std::uint8_t>> data = {}, metadata = {};
+        std::string fault = {};  ///< empty for a sound row
     };
-    bool inspectRows(const std::function<void(const StoredRow&)>& block);
+    /// In ascending order; the block answers false to end it.
+    bool inspectRows(std::int64_t first, std::int64_t last,
+                     const std::function<bool(const StoredRow&)>& block);
 
     // Writing.
     bool setObject(Value object, std::string_view key, std::string_view collection, Value metadata);
@@ -177,6 +187,7 @@ public:
     bool setSetting(std::string_view extension, std::string_view key, std::string_view value);
     std::map<std::string, std::string, std::less<>> settings(std::string_view extension);
     RowStatements& statements() { return statements_; }
+    std::shared_ptr<void>& slot(const std::string& extension) { return slots_[extension]; }
 
 private:
     void noteReadError(const Query& query, std::string_view action = "read");
@@ -242,6 +253,9 @@ private:
     ConnectionSettings settings_;
     SqliteHandle handle_;
     RowStatements statements_;
+    /// A write failed: what SQLite's modules hold in memory may be left of it.
+    bool mustForgetModules_ = false;
+    std::unordered_map<std::string, std::shared_ptr<void>> slots_;  // of extensions
     LruCache objects_;
     LruCache metadata_;
     YapDatabaseReadTransaction readTransaction_{*this};

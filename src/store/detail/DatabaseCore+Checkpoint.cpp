@@ -88,7 +88,11 @@ bool DatabaseCore::openCheckpointHandle(Error* error) {
 
 bool DatabaseCore::runCheckpoint(Error* error) {
     const WriterLockHold lock(writerLock_, error);
-    if (!lock || !openCheckpointHandle(error)) return false;
+    return lock && runLockedCheckpoint(error);
+}
+
+bool DatabaseCore::runLockedCheckpoint(Error* error) {
+    if (!openCheckpointHandle(error)) return false;
     int frames = 0, copied = 0;
     for (int round = 0; round < rounds; ++round) {
         const int before = copied;

@@ -1,4 +1,6 @@
 // Registering and removing extensions, as writes of a connection that only this file uses.
+#include <sqlite3.h>
+
 #include <exception>
 #include <functional>
 #include <new>
@@ -29,7 +31,9 @@ bool DatabaseCore::runWrite(const std::shared_ptr<YapDatabase>& database,
 bool DatabaseCore::registerExtension(const std::shared_ptr<YapDatabase>& database,
                                      const std::shared_ptr<YapDatabaseExtension>& extension,
                                      const std::string& name, Error* error) {
+    bool distrustsTables = false;
     const auto setUp = [&](ConnectionCore& connection) {
+        connection.active().distrustsTables = distrustsTables;
         Error cause;
         if (!setUpExtension(connection, extension, name, &cause)) {
             connection.fail(cause);
@@ -38,7 +42,17 @@ bool DatabaseCore::registerExtension(const std::shared_ptr<YapDatabase>& databas
         // A pinned connection learns of the extension by moving over a commit.
         if (hasPinnedConnection()) connection.active().mustCommit = true;
     };
-    return runWriteOfExtension(database, std::cref(setUp), error);
+    Error cause;
+    if (runWriteOfExtension(database, std::cref(setUp), &cause)) return true;
+    if (cause.domain == YapDatabaseErrorDomain && (cause.code & 0xff) == SQLITE_CORRUPT) {
+        // After that SQLite writes nothing more in the transaction; in another, which does not read
+        // the extension's tables, it can replace them.
+        distrustsTables = true;
+        cause = {};
+        if (runWriteOfExtension(database, std::cref(setUp), &cause)) return true;
+    }
+    report(error, cause);
+    return false;
 }
 
 bool DatabaseCore::unregisterExtension(const std::shared_ptr<YapDatabase>& database,

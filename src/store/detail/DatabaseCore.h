@@ -4,6 +4,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "store/YapDatabase.h"
@@ -68,6 +69,13 @@ public:
     bool unregisterExtension(const std::shared_ptr<YapDatabase>& database, const std::string& name,
                              Error* error);
 
+    // Maintenance; see DatabaseCore+Maintenance.cpp.
+    bool rebuildExtensions(const std::shared_ptr<YapDatabase>& database, Error* error);
+    bool setAsideDamagedRows(const std::shared_ptr<YapDatabase>& database,
+                             const std::function<bool(const YapDatabase::DamagedRow&)>& keep,
+                             std::uint64_t* count, Error* error);
+    bool compact(Error* error);
+
     // Checkpoints; see DatabaseCore+Checkpoint.cpp.
     void noteLog(int frames);
     void noteReaderMoved();
@@ -91,6 +99,10 @@ private:
     void requestCheckpoint();
     void runRequestedCheckpoint() noexcept;
     bool runCheckpoint(Error* error);
+    bool runLockedCheckpoint(Error* error);
+    bool emptyLog(std::string_view consequence, Error* error);
+    std::string readerInTheWay();
+    bool runCompaction(Error* error);
     bool openCheckpointHandle(Error* error);
     void restartPinnedReads();
     void warnAboutLog();

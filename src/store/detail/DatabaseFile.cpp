@@ -36,31 +36,6 @@ std::optional<std::string> realPath(const std::string& path) {
     return result;
 }
 
-/// The canonical path of a file that is there, or of one to be made in a folder that is there.
-std::optional<std::string> canonicalPath(const std::string& path, Error* error) {
-    if (path.empty() || path.find('\0') != std::string::npos) {
-        report(error, systemError(path, EINVAL));
-        return std::nullopt;
-    }
-    if (auto found = realPath(path)) return found;
-    const int code = errno;
-    struct stat facts {};
-    if (code != ENOENT || ::lstat(path.c_str(), &facts) == 0) {  // there, but leads nowhere
-        report(error, systemError(path, code));
-        return std::nullopt;
-    }
-    const auto slash = path.rfind('/');
-    const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
-    const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
-    auto realFolder = realPath(folder);
-    if (!realFolder || name.empty()) {
-        report(error, systemError(path, realFolder ? EISDIR : errno));
-        return std::nullopt;
-    }
-    if (realFolder->back() != '/') *realFolder += '/';
-    return *realFolder + name;
-}
-
 std::int32_t bigEndianNumber(const std::array<char, headerBytes>& header, std::size_t offset) {
     std::uint32_t number = 0;
     for (std::size_t i = 0; i < 4; ++i)
@@ -134,6 +109,30 @@ bool createFile(const std::string& path, Error* error) {
 }
 
 }  // namespace
+
+std::optional<std::string> canonicalPath(const std::string& path, Error* error) {
+    if (path.empty() || path.find('\0') != std::string::npos) {
+        report(error, systemError(path, EINVAL));
+        return std::nullopt;
+    }
+    if (auto found = realPath(path)) return found;
+    const int code = errno;
+    struct stat facts {};
+    if (code != ENOENT || ::lstat(path.c_str(), &facts) == 0) {  // there, but leads nowhere
+        report(error, systemError(path, code));
+        return std::nullopt;
+    }
+    const auto slash = path.rfind('/');
+    const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+    const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+    auto realFolder = realPath(folder);
+    if (!realFolder || name.empty()) {
+        report(error, systemError(path, realFolder ? EISDIR : errno));
+        return std::nullopt;
+    }
+    if (realFolder->back() != '/') *realFolder += '/';
+    return *realFolder + name;
+}
 
 struct DatabaseFile::Registry {
     std::mutex mutex;

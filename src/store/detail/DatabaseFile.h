@@ -1,12 +1,16 @@
 #pragma once
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
 #include "foundation/Error.h"
 
 namespace qsml::detail {
+
+/// The canonical path of a file that is there, or of one to be made in a folder that is there.
+std::optional<std::string> canonicalPath(const std::string& path, Error* error);
 
 /// A database file that this process has claimed: its one canonical path. Two claims of one file,
 /// by whatever links, are refused. Gives the claim back when it goes.

@@ -123,6 +123,12 @@ bool useLog(SqliteHandle& handle, Error* error) {
 }  // namespace
 
 bool prepareSchema(SqliteHandle& handle, Error* error) {
+    // Until the log is in use, a rollback journal must be gone for good before the next step: one
+    // that came back with the power would take away the library, its log included.
+    if (handle.execute("PRAGMA synchronous=EXTRA") != SQLITE_OK) {
+        report(error, handle.lastError("opened"));
+        return false;
+    }
     const auto application = number(handle, "PRAGMA application_id", error);
     if (!application) return false;
     const auto objects = number(handle, "SELECT count(*) FROM sqlite_master", error);
@@ -130,6 +136,11 @@ bool prepareSchema(SqliteHandle& handle, Error* error) {
     const bool isNew = *application == 0 && *objects == 0;
     if (isNew ? !create(handle, error) : !verify(handle, *application, error)) return false;
     return useLog(handle, error);
+}
+
+bool verifySchema(SqliteHandle& handle, Error* error) {
+    const auto application = number(handle, "PRAGMA application_id", error);
+    return application && verify(handle, *application, error);
 }
 
 }  // namespace qsml::detail

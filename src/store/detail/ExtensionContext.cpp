@@ -51,6 +51,8 @@ std::shared_ptr<const YapDatabaseExtensionState> ExtensionContext::state() {
     return index == SnapshotState::npos ? nullptr : all.states[index];
 }
 
+std::shared_ptr<void>& ExtensionContext::slot() { return connection_.slot(registered_->name); }
+
 void ExtensionContext::fail(Error error) { connection_.fail(std::move(error)); }
 
 }  // namespace qsml::detail

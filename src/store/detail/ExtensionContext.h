@@ -30,6 +30,7 @@ public:
                                             std::string_view collection) override;
     bool keyForRowid(std::int64_t rowid, YapDatabaseCollectionKey* row) override;
     std::shared_ptr<const YapDatabaseExtensionState> state() override;
+    std::shared_ptr<void>& slot() override;
     void fail(Error error) override;
 
 private:

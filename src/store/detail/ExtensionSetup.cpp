@@ -5,26 +5,22 @@
 #include <algorithm>
 #include <set>
 
+#include "foundation/Log.h"
 #include "store/detail/ConnectionCore.h"
 #include "store/detail/DatabaseCore.h"
+#include "store/detail/StoredExtension.h"
 #include "store/detail/quotedIdentifier.h"
+#include "store/maintenance/RebuildRun.h"
 
 namespace qsml::detail {
 
 namespace {
 
-// The store's own settings of an extension; see ExtensionContext for the mark.
-constexpr std::string_view kindKey = "#kind", formatKey = "#format", tagKey = "#versionTag",
-                           configurationKey = "#configuration", staleKey = "#stale",
-                           tableKeyPrefix = "#table:";
-
-using Settings = std::map<std::string, std::string, std::less<>>;
-
 bool refuse(const std::string& name, std::string_view why, Error* error) {
     std::string text = "The extension \"" + name + "\" cannot be registered: ";
     report(error, {.domain = std::string(YapDatabaseErrorDomain),
                    .code = static_cast<std::int64_t>(YapDatabaseErrorCode::extension),
-                   .description = text.append(why).append(".")});
+                   .description = text.append(why).append(why.back() == '.' ? "" : ".")});
     return false;
 }
 
@@ -35,7 +31,10 @@ bool failed(ConnectionCore& connection, const std::string& name, Error* error) {
         report(error, connection.active().error);
         return false;
     }
-    return refuse(name, "its set-up failed", error);
+    const Error last = connection.handle().lastError("changed");
+    const bool isKnown = last.code != 0 && last.code != SQLITE_ROW && last.code != SQLITE_DONE;
+    return refuse(name, isKnown ? last.description : "it could not be built and gives no reason",
+                  error);
 }
 
 bool mayRegister(const SnapshotState& state, const YapDatabaseExtension& extension,
@@ -51,99 +50,51 @@ bool mayRegister(const SnapshotState& state, const YapDatabaseExtension& extensi
     return true;
 }
 
-std::string_view valueOf(const Settings& settings, std::string_view key) {
-    const auto found = settings.find(key);
-    return found == settings.end() ? std::string_view() : std::string_view(found->second);
-}
-
-bool isStored(const Settings& settings) { return settings.count(kindKey) > 0; }
-
-bool isSameKind(const Settings& settings, const YapDatabaseExtension& extension) {
-    return isStored(settings) && valueOf(settings, kindKey) == extension.kind() &&
-           valueOf(settings, formatKey) == std::to_string(extension.formatVersion());
-}
-
-bool isUpToDate(const Settings& settings, const YapDatabaseExtension& extension) {
-    return isSameKind(settings, extension) &&
-           valueOf(settings, configurationKey) == extension.configuration() &&
-           valueOf(settings, tagKey) == extension.versionTag() && settings.count(staleKey) == 0;
-}
-
-std::set<std::string> tables(ConnectionCore& connection) {
-    std::set<std::string> names;
-    Query query(connection.statements().tables, connection.handle().get());
-    while (query.row()) names.emplace(query.text(0));
-    return names;
-}
-
-/// Whatever kind of extension made them: the tables that were noted when they were made.
-bool dropNotedTables(ConnectionCore& connection, const Settings& settings) {
-    std::set<std::string> noted;
-    for (auto entry = settings.lower_bound(tableKeyPrefix);
-         entry != settings.end() &&
-         entry->first.compare(0, tableKeyPrefix.size(), tableKeyPrefix) == 0;
-         ++entry)
-        noted.insert(entry->first.substr(tableKeyPrefix.size()));
-    const auto drop = [&](const std::string& name) {
-        const std::string sql = "DROP TABLE IF EXISTS " + quotedIdentifier(name);
-        return connection.handle().execute(sql.c_str()) == SQLITE_OK ||
-               connection.failWith("changed");
-    };
-    std::vector<std::string> virtualTables;  // these first: they take their shadow tables along
-    {
-        Query query(connection.statements().tables, connection.handle().get());
-        while (query.row())
-            if (query.number(1) && noted.count(std::string(query.text(0))))
-                virtualTables.emplace_back(query.text(0));
-    }
-    if (!std::all_of(virtualTables.begin(), virtualTables.end(), drop)) return false;
-    const std::set<std::string> left = tables(connection);
-    return std::all_of(noted.begin(), noted.end(), [&](const std::string& name) {
-        return left.count(name) == 0 || drop(name);
-    });
-}
-
-bool removeSettings(ConnectionCore& connection, const std::string& name) {
-    Query query(connection.statements().removeSettings, connection.handle().get());
-    query.bindText(1, name);
-    return query.run() || connection.failWith("written");
-}
-
-bool storeSettings(ConnectionCore& connection, const YapDatabaseExtension& extension,
-                   const std::string& name, const std::set<std::string>& tablesBefore) {
-    const std::pair<std::string_view, std::string> all[] = {
-        {kindKey, extension.kind()},
-        {formatKey, std::to_string(extension.formatVersion())},
-        {configurationKey, extension.configuration()},
-        {tagKey, extension.versionTag()}};
-    for (const auto& [key, value] : all)
-        if (!connection.setSetting(name, key, value)) return false;
-    for (const std::string& table : tables(connection))
-        if (tablesBefore.count(table) == 0 &&
-            !connection.setSetting(name, std::string(tableKeyPrefix) + table, ""))
-            return false;
-    return true;
-}
-
-/// Brings what is stored of the extension up to date, from nothing or from an older form.
-bool build(ConnectionCore& connection, ExtensionContext& context, YapDatabaseExtension& extension,
-           const std::string& name, const Settings& settings, Error* error) {
-    connection.active().mustCommit = true;
-    if (isSameKind(settings, extension)) {
-        const std::set<std::string> before = tables(connection);
-        if (!extension.rebuild(context, error)) return failed(connection, name, error);
-        Query query(connection.statements().removeSetting, connection.handle().get());
-        query.bindText(1, name).bindText(2, staleKey);
-        if (!query.run()) return connection.failWith("written");
-        return storeSettings(connection, extension, name, before) ||
-               failed(connection, name, error);
-    }
+/// From nothing.
+bool makeAnew(ConnectionCore& connection, ExtensionContext& context,
+              YapDatabaseExtension& extension, const std::string& name,
+              const StoredSettings& settings, Error* error) {
     if (!dropNotedTables(connection, settings) || !removeSettings(connection, name))
         return failed(connection, name, error);
-    const std::set<std::string> before = tables(connection);
+    const std::set<std::string> before = tablesOf(connection);
     if (!extension.createTables(context, error) || !extension.fill(context, error))
         return failed(connection, name, error);
     return storeSettings(connection, extension, name, before) || failed(connection, name, error);
+}
+
+/// What becomes of an extension that its damaged tables keep from being rebuilt.
+enum class Damage { fails, isReplaced };
+
+/// Brings what is stored of the extension up to date, from nothing or from an older form.
+bool build(ConnectionCore& connection, ExtensionContext& context, YapDatabaseExtension& extension,
+           const std::string& name, const StoredSettings& settings, Damage damage, RebuildRun& run,
+           Error* error) {
+    connection.active().mustCommit = true;
+    if (!isSameKind(settings, extension))
+        return makeAnew(connection, context, extension, name, settings, error);
+    Error cause;
+    if (hasDamagedTables(connection, settings)) {
+        cause = fileError(SQLITE_CORRUPT, connection.handle().path(), "changed",
+                          "tables of the extension \"" + name + "\" are damaged");
+    } else {
+        const std::set<std::string> before = tablesOf(connection);
+        if (extension.rebuild(context, &cause))
+            return storeSettings(connection, extension, name, before) ||
+                   failed(connection, name, error);
+        if (!cause) cause = connection.handle().lastError("changed");
+    }
+    const bool isDerived = extension.holdsOnlyDerivedData();
+    if (connection.hasFailed() || !connection.handle().inTransaction() ||
+        cause.domain != YapDatabaseErrorDomain || !isDamageCode(cause.code) ||
+        (damage == Damage::fails && !isDerived)) {
+        report(error, cause);
+        return failed(connection, name, error);
+    }
+    if (!isDerived)
+        log("Warning: the extension \"" + name +
+            "\" is made anew from the rows, and what only it held is lost: " + cause.description);
+    run.restart();
+    return makeAnew(connection, context, extension, name, settings, error);
 }
 
 using StatePointer = std::shared_ptr<const YapDatabaseExtensionState>;
@@ -151,7 +102,7 @@ using StatePointer = std::shared_ptr<const YapDatabaseExtensionState>;
 /// Of an extension that keeps nothing in the file, unlike one of its name that may have done so.
 bool loadVolatile(ConnectionCore& connection, ExtensionContext& context,
                   YapDatabaseExtension& extension, const std::string& name,
-                  const Settings& settings, StatePointer* loaded, Error* error) {
+                  const StoredSettings& settings, StatePointer* loaded, Error* error) {
     if (!settings.empty()) {
         connection.active().mustCommit = true;
         if (!dropNotedTables(connection, settings) || !removeSettings(connection, name))
@@ -163,20 +114,33 @@ bool loadVolatile(ConnectionCore& connection, ExtensionContext& context,
     return !unreadable;
 }
 
-/// Reads what is stored, and builds it where it is missing, out of date or unreadable.
-bool loadOrBuild(ConnectionCore& connection, ExtensionContext& context,
-                 YapDatabaseExtension& extension, const std::string& name, const Settings& settings,
-                 StatePointer* loaded, Error* error) {
-    if (isUpToDate(settings, extension)) {
-        Error unreadable;
-        *loaded = extension.loadState(context, &unreadable);
-        if (!unreadable) return true;
-    }
-    if (!build(connection, context, extension, name, settings, error)) return false;
+/// What a build has made; false when it cannot be read.
+bool loadBuilt(ExtensionContext& context, YapDatabaseExtension& extension, StatePointer* loaded,
+               Error* error) {
     Error unreadable;
     *loaded = extension.loadState(context, &unreadable);
     if (unreadable) report(error, unreadable);
     return !unreadable;
+}
+
+/// Reads what is stored, and builds it where it is missing, out of date or unreadable.
+bool loadOrBuild(ConnectionCore& connection, ExtensionContext& context,
+                 YapDatabaseExtension& extension, const std::string& name,
+                 const StoredSettings& settings, StatePointer* loaded, Error* error) {
+    std::string why = reasonToBuild(settings, extension);
+    if (why.empty() && connection.active().distrustsTables) why = "its tables are damaged";
+    if (why.empty()) {
+        Error unreadable;
+        *loaded = extension.loadState(context, &unreadable);
+        if (!unreadable) return true;
+        why = "what was stored could not be read: " + unreadable.description;
+    }
+    RebuildRun run(connection, name);
+    if (!build(connection, context, extension, name, settings, Damage::fails, run, error) ||
+        !loadBuilt(context, extension, loaded, error))
+        return false;
+    run.finish(isStored(settings), why);
+    return true;
 }
 
 /// The newest state of the extension that this process knows.
@@ -215,7 +179,7 @@ bool setUpExtension(ConnectionCore& connection,
     if (!mayRegister(state, *extension, name, error)) return false;
     auto registered = std::make_shared<RegisteredExtension>(RegisteredExtension{name, extension});
     ExtensionContext context(connection, registered);
-    const Settings settings = connection.settings(name);
+    const StoredSettings settings = connection.settings(name);
     if (connection.active().error) return failed(connection, name, error);
 
     StatePointer loaded;
@@ -244,8 +208,9 @@ bool tearDownExtension(ConnectionCore& connection, const std::string& name, Erro
         const auto registered = next->extensions[i];
         if (going.count(registered->name) == 0) continue;
         ExtensionContext context(connection, registered);
-        const Settings settings = connection.settings(registered->name);
-        if (!registered->extension->dropTables(context, error) ||
+        const StoredSettings settings = connection.settings(registered->name);
+        const bool isSound = !hasDamagedTables(connection, settings);
+        if ((isSound && !registered->extension->dropTables(context, error)) ||
             !dropNotedTables(connection, settings) || !removeSettings(connection, registered->name))
             return failed(connection, registered->name, error);
         next->remove(i);
@@ -266,7 +231,7 @@ SnapshotStatePointer loadExtensions(ConnectionCore& connection,
             if (!error) loaded->add(one, std::move(state));
             continue;
         }
-        if (!isUpToDate(connection.settings(one->name), *one->extension)) continue;
+        if (!reasonToBuild(connection.settings(one->name), *one->extension).empty()) continue;
         ExtensionContext context(connection, one);
         auto state = one->extension->loadState(context, &error);
         if (!error) loaded->add(one, std::move(state));
@@ -287,7 +252,7 @@ bool repairExtensions(ConnectionCore& connection, const RegisteredExtensions& re
         StatePointer state;
         if (one->extension->isPersistent()) {
             ExtensionContext context(connection, one);
-            const Settings settings = connection.settings(one->name);
+            const StoredSettings settings = connection.settings(one->name);
             if (!loadOrBuild(connection, context, *one->extension, one->name, settings, &state,
                              error))
                 return false;
@@ -305,6 +270,40 @@ bool repairExtensions(ConnectionCore& connection, const RegisteredExtensions& re
     return true;
 }
 
+bool rebuildExtensions(ConnectionCore& connection, const RegisteredExtensions& registered,
+                       Error* error) {
+    SnapshotState rebuilt;
+    for (const auto& one : registered) {
+        StatePointer state;
+        if (one->extension->isPersistent()) {
+            connection.replaceState(std::make_shared<SnapshotState>(rebuilt));  // its parents
+            ExtensionContext context(connection, one);
+            const StoredSettings settings = connection.settings(one->name);
+            if (connection.active().error) return failed(connection, one->name, error);
+            RebuildRun run(connection, one->name);
+            if (!build(connection, context, *one->extension, one->name, settings,
+                       Damage::isReplaced, run, error) ||
+                !loadBuilt(context, *one->extension, &state, error))
+                return false;
+            run.finish(true, "that was asked for");
+            connection.active().work.reset();
+        } else {
+            Error unreadable;
+            state = reloadVolatile(connection, rebuilt, one, &unreadable);
+            if (unreadable) {
+                report(error, unreadable);
+                return false;
+            }
+        }
+        rebuilt.add(one, std::move(state));
+    }
+    auto next = std::make_shared<SnapshotState>(std::move(rebuilt));
+    connection.replaceState(next);
+    connection.active().replacedState = std::move(next);
+    connection.active().mustCommit = connection.active().isForeign = true;
+    return !connection.hasFailed();
+}
+
 bool markOrphans(ConnectionCore& connection, Error* error) {
     std::vector<std::string> orphans;
     {
@@ -318,7 +317,7 @@ bool markOrphans(ConnectionCore& connection, Error* error) {
         }
     }
     return std::all_of(orphans.begin(), orphans.end(), [&](const std::string& name) {
-        return connection.setSetting(name, staleKey, "1") || failed(connection, name, error);
+        return markStale(connection, name) || failed(connection, name, error);
     });
 }
 

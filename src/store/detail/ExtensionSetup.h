@@ -25,6 +25,11 @@ SnapshotStatePointer loadExtensions(ConnectionCore& connection,
 /// Rebuilds those, in a write transaction, before it goes on.
 bool repairExtensions(ConnectionCore& connection, const RegisteredExtensions& registered,
                       Error* error);
+/// Builds all of them from the rows, whatever state they are in, everything but the commit; those
+/// that keep nothing in the file are made anew after their parents. The commit is announced like
+/// one of another process, because anything may look different after it.
+bool rebuildExtensions(ConnectionCore& connection, const RegisteredExtensions& registered,
+                       Error* error);
 /// Marks what is stored of extensions that nobody has registered: from the first write that they
 /// miss they are out of date, and will be rebuilt when they are registered again.
 bool markOrphans(ConnectionCore& connection, Error* error);

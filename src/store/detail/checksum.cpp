@@ -49,4 +49,8 @@ std::uint64_t textChecksum(std::string_view text) {
     return XXH3_64bits(text.data() ? text.data() : "", text.size());
 }
 
+std::uint64_t textChecksum(std::string_view text, std::uint64_t seed) {
+    return XXH3_64bits_withSeed(text.data() ? text.data() : "", text.size(), seed);
+}
+
 }  // namespace qsml::detail

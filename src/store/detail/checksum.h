@@ -16,5 +16,7 @@ std::int64_t rowChecksum(std::uint64_t collectionSeed, const PackedKey& key,
                          std::optional<Bytes> data, std::optional<Bytes> metadata);
 std::uint64_t collectionSeed(std::int64_t collectionId, std::string_view name);
 std::uint64_t textChecksum(std::string_view text);
+/// That of a text that follows others, whose checksum is the seed.
+std::uint64_t textChecksum(std::string_view text, std::uint64_t seed);
 
 }  // namespace qsml::detail

@@ -38,6 +38,7 @@ public:
     std::string kind() const override { return "YapDatabaseRelationship"; }
     std::int64_t formatVersion() const override { return 1; }
     std::string configuration() const override;
+    bool holdsOnlyDerivedData() const override { return false; }  // manual edges
 
     bool createTables(YapDatabaseExtensionContext& context, Error* error) override;
     bool dropTables(YapDatabaseExtensionContext& context, Error* error) override;

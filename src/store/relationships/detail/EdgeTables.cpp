@@ -32,10 +32,12 @@ void bindIdentity(Query& query, const StoredEdge& edge) {
 
 }  // namespace
 
-/// Each is prepared when it is first used, so a commit pays for those it needs.
+/// Each is prepared when it is first used, and stays so on its connection.
 struct EdgeTables::Statements {
-    explicit Statements(const EdgeTexts& texts)
-        : nameByNumber(texts.nameByNumber.c_str()),
+    explicit Statements(std::shared_ptr<const EdgeTexts> all) : Statements(*all, all) {}
+    Statements(const EdgeTexts& texts, std::shared_ptr<const EdgeTexts> all)
+        : kept(std::move(all)),
+          nameByNumber(texts.nameByNumber.c_str()),
           numberOfName(texts.numberOfName.c_str()),
           insertName(texts.insertName.c_str()),
           absentByNumber(texts.absentByNumber.c_str()),
@@ -57,6 +59,7 @@ struct EdgeTables::Statements {
           moveManual(texts.moveManual.c_str()),
           removeManual(texts.removeManual.c_str()) {}
 
+    std::shared_ptr<const EdgeTexts> kept;
     Statement nameByNumber, numberOfName, insertName;
     Statement absentByNumber, absentByKey, insertAbsent, removeUnusedAbsent;
     Statement address;
@@ -69,9 +72,14 @@ EdgeTables::EdgeTables(YapDatabaseExtensionContext& context, std::shared_ptr<con
     : context_(context),
       state_(std::move(state)),
       texts_(state_->texts),
-      statements_(std::make_unique<Statements>(*texts_)),
       lists_(state_->lists),
-      hasAbsent_(state_->hasAbsent) {}
+      hasAbsent_(state_->hasAbsent) {
+    auto& slot = context_.slot();
+    statements_ = std::static_pointer_cast<Statements>(slot);
+    if (statements_ && statements_->kept == texts_) return;
+    statements_ = std::make_shared<Statements>(texts_);
+    slot = statements_;
+}
 
 EdgeTables::~EdgeTables() = default;
 

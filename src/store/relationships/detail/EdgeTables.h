@@ -101,7 +101,7 @@ private:
     YapDatabaseExtensionContext& context_;
     std::shared_ptr<const EdgeState> state_;
     std::shared_ptr<const EdgeTexts> texts_;
-    std::unique_ptr<Statements> statements_;
+    std::shared_ptr<Statements> statements_;
     std::vector<std::pair<std::int64_t, String>> newNames_;
     std::set<std::int64_t> leftAbsents_;
     std::vector<std::shared_ptr<const KnownList>> lists_;
