@@ -25,6 +25,12 @@ bool YapDatabaseColumnValues::isEmpty() const noexcept {
                        [](const Value& value) { return value.isNil(); });
 }
 
+std::vector<Value> YapDatabaseColumnValues::take() {
+    std::vector<Value> taken(values_.size());
+    taken.swap(values_);
+    return taken;
+}
+
 void YapDatabaseColumnValues::clear() { std::fill(values_.begin(), values_.end(), Value()); }
 
 YapDatabaseColumnIndex::YapDatabaseColumnIndex(std::vector<std::string> columnNames,
@@ -80,15 +86,15 @@ std::uint64_t YapDatabaseColumnIndexTransaction::changeNumber() const {
 }
 
 void YapDatabaseColumnIndexTransaction::didInsertRow(const YapDatabaseRow& row) {
-    work_->note(row.rowid, detail::ColumnWork::Event::inserted);
+    work_->note(row, detail::ColumnWork::Event::inserted);
 }
 
 void YapDatabaseColumnIndexTransaction::didUpdateRow(const YapDatabaseRow& row, YapDatabaseUpdate) {
-    work_->note(row.rowid, detail::ColumnWork::Event::changed);
+    work_->note(row, detail::ColumnWork::Event::changed);
 }
 
 void YapDatabaseColumnIndexTransaction::didRemoveRow(const YapDatabaseRow& row) {
-    work_->note(row.rowid, detail::ColumnWork::Event::removed);
+    work_->noteRemoval(row.rowid);
 }
 
 std::vector<YapDatabaseCollectionKey> YapDatabaseColumnIndexTransaction::dependentsOfRow(

@@ -30,14 +30,17 @@ public:
     /// No column has a value.
     bool isEmpty() const noexcept;
     void clear();
+    /// What it has, which it then no longer has.
+    std::vector<Value> take();
 
 private:
     const std::vector<std::string>& columns_;
     std::vector<Value> values_;
 };
 
-/// Fills the columns of a row. Runs on the thread of the transaction, at its end or when it asks
-/// the index; reads what the transaction sees and must not write. What it throws is logged, and the
+/// Fills the columns of a row. Runs on the thread of the transaction, when the row is written or
+/// touched, and again at its end when a row that this one depends on has changed; reads what the
+/// transaction sees and must not write. What it throws is logged, and the
 /// row then has no columns: a row that cannot be indexed can still be stored.
 using YapDatabaseColumnHandler = std::function<void(
     YapDatabaseReadTransaction& transaction, const YapDatabaseRow& row, YapDatabaseColumnValues&)>;
@@ -62,8 +65,8 @@ struct YapDatabaseColumnIndexOptions {
 /// What secondary indexes and full-text indexes have in common: named columns that a handler fills
 /// for each row, in tables that after each commit are what a rebuild would make.
 ///
-/// A transaction notes which rows changed; the columns of these are computed once, in the order of
-/// row ids, before the commit (or earlier, when the transaction asks the index). Rows without a
+/// The columns of rows are written in the order of row ids, before the commit (or earlier, when the
+/// transaction asks the index). Rows without a
 /// value in any column, and rows that do not decode, are not in the tables. Rows whose columns are
 /// what they were write nothing. A failure of SQLite makes the commit fail.
 ///

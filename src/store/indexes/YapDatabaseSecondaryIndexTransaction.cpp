@@ -164,8 +164,9 @@ bool YapDatabaseSecondaryIndexTransaction::performAggregate(YapDatabaseAggregate
     *result = Value();
     return ask(
         [&](Error* cause) {
-            const std::string of = std::string(nameOf(function)) + "(one) FROM (SELECT " +
-                                   detail::quotedIdentifier(column) + " AS one";
+            std::string of(nameOf(function));
+            of.append("(one) FROM (SELECT ").append(detail::quotedIdentifier(column));
+            of.append(" AS one");
             return isColumn(column, cause) &&
                    run(
                        of, query, ")", [&](const Value& value) { *result = value; }, cause);

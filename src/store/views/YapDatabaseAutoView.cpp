@@ -82,7 +82,7 @@ std::shared_ptr<const YapDatabaseExtensionChanges> YapDatabaseAutoView::changesO
     YapDatabaseExtensionContext& context,
     const std::shared_ptr<const YapDatabaseExtensionState>& state) {
     detail::ViewTable table(context);
-    return detail::changesOfWholeView(context, *state, table);
+    return detail::changesOfWholeView(*state, table);
 }
 
 std::unique_ptr<YapDatabaseExtensionTransaction> YapDatabaseAutoView::newTransaction(

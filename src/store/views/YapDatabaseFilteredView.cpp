@@ -85,10 +85,9 @@ std::shared_ptr<const YapDatabaseExtensionState> YapDatabaseFilteredView::reload
 }
 
 std::shared_ptr<const YapDatabaseExtensionChanges> YapDatabaseFilteredView::changesOfRegistration(
-    YapDatabaseExtensionContext& context,
-    const std::shared_ptr<const YapDatabaseExtensionState>& state) {
+    YapDatabaseExtensionContext&, const std::shared_ptr<const YapDatabaseExtensionState>& state) {
     detail::NoNodeSource nodes;
-    return detail::changesOfWholeView(context, *static_cast<const State&>(*state).rows, nodes);
+    return detail::changesOfWholeView(*static_cast<const State&>(*state).rows, nodes);
 }
 
 std::unique_ptr<YapDatabaseExtensionTransaction> YapDatabaseFilteredView::newTransaction(

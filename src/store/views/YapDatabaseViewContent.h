@@ -9,6 +9,8 @@
 
 namespace qsml {
 
+class YapDatabaseExtensionState;
+
 /// The rows of a view on one snapshot. Groups are there while they have rows.
 class QSML_EXPORT YapDatabaseViewContent {
 public:
@@ -22,6 +24,8 @@ public:
     /// Nothing when the row is not in the view. O(log n).
     virtual std::optional<YapDatabaseViewPlace> groupAndIndexForKey(
         std::string_view key, std::string_view collection) = 0;
+    /// What memory has of it, to be compared with a later snapshot; null where there is nothing.
+    virtual std::shared_ptr<const YapDatabaseExtensionState> keptState() { return nullptr; }
 };
 
 }  // namespace qsml

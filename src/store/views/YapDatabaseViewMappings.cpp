@@ -89,6 +89,7 @@ void YapDatabaseViewMappings::update(YapDatabaseViewContent* content, std::uint6
         state.range = rangeOf(state.options, state.count);
     }
     showSections();
+    keptState_ = content ? content->keptState() : nullptr;
     snapshot_ = snapshot;
 }
 

@@ -82,6 +82,10 @@ public:
     /// Where the group stands in allGroups().
     std::optional<std::size_t> positionOfGroup(std::string_view group) const;
     /// Of the group at a position in allGroups(): what of it a visible section shows.
+    /// Of the last update; null where there was none.
+    const std::shared_ptr<const YapDatabaseExtensionState>& keptState() const noexcept {
+        return keptState_;
+    }
     Range rangeAtPosition(std::size_t position) const { return states_[position].range; }
     /// Nothing while it is not visible.
     std::optional<std::uint64_t> sectionAtPosition(std::size_t position) const {
@@ -103,6 +107,7 @@ private:
     YapDatabaseViewMappings(const YapDatabaseViewMappings&) = default;
     void showSections();
 
+    std::shared_ptr<const YapDatabaseExtensionState> keptState_;
     std::string view_;
     std::vector<String> groups_;
     std::shared_ptr<const Positions> positions_;

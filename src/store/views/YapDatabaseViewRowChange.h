@@ -22,7 +22,7 @@ struct YapDatabaseViewSectionChange {
 /// All paths are absolute: none is relative to another change of the list.
 struct YapDatabaseViewRowChange {
     YapDatabaseViewChangeType type = YapDatabaseViewChangeType::update;
-    YapDatabaseCollectionKey row;
+    YapDatabaseCollectionKey row;           ///< null where it is not known, as after a search
     std::optional<IndexPath> indexPath;     ///< before: of deletions, moves and updates
     std::optional<IndexPath> newIndexPath;  ///< after: of insertions and moves
     unsigned flags = 0;                     ///< YapDatabaseViewChangesBits

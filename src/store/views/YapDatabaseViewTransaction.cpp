@@ -8,6 +8,7 @@
 #include "store/views/detail/ViewFailure.h"
 #include "store/views/detail/ViewRowChange.h"
 #include "store/views/detail/ViewState.h"
+#include "store/views/detail/comparedStates.h"
 #include "store/views/detail/mappedChanges.h"
 
 namespace qsml {
@@ -213,9 +214,15 @@ void YapDatabaseViewTransaction::getSectionChanges(
     if (!isComplete(notifications, before->snapshotOfLastUpdate(), snapshot)) {
         const bool isForeign = std::any_of(notifications.begin(), notifications.end(),
                                            [](const auto& commit) { return commit->isForeign; });
-        if (!isForeign)
+        bool isCompared = false;
+        if (isForeign)
+            ask([&] {
+                isCompared = detail::comparedStates(*before, mappings, *this, sections, rows);
+            });
+        else
             log("Warning: the mappings of the view \"" + mappings.view() +
                 "\" are not on the snapshot before the notifications; the whole list is replaced.");
+        if (isCompared) return;
         detail::mappedReplacement(*before, mappings, *this, sections, rows);
         return;
     }

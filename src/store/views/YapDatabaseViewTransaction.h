@@ -94,8 +94,9 @@ public:
 
     /// Moves the mappings to this snapshot and tells what a list must do that showed them before:
     /// see YapDatabaseViewRowChange.h. The notifications are those of the connection's move. With
-    /// an empty list nothing happens. Where mappings and notifications do not fit together, and
-    /// after commits of other processes, everything that was shown is deleted and everything that
+    /// an empty list nothing happens. After commits of other processes every row that stayed counts
+    /// as updated. There, when the view was not in memory as a whole, and where mappings and
+    /// notifications do not fit together, everything that was shown is deleted and everything that
     /// is to be shown inserted.
     void getSectionChanges(std::vector<YapDatabaseViewSectionChange>* sections,
                            std::vector<YapDatabaseViewRowChange>* rows,
@@ -113,6 +114,10 @@ public:
     virtual std::uint64_t changeNumber() = 0;
     /// Throws detail::ViewFailure.
     virtual std::optional<YapDatabaseViewPlace> placeOfRow(std::int64_t rowid) = 0;
+    /// False when there is no such row.
+    bool keyOfRow(std::int64_t rowid, YapDatabaseCollectionKey* row) {
+        return context_.keyForRowid(rowid, row);
+    }
     /// False where finding the place of a row means a walk over its group.
     virtual bool findsPlacesQuickly() const { return true; }
 

@@ -96,8 +96,12 @@ protected:
         else
             for (std::size_t i = pick(6); i > 0; --i) edit();
         commits_.push_back(view_.commit());
-        for (const auto& operation : commits_.back()->operations())
-            flags_[operation.row.key.str()] |= operation.flags;
+        for (const auto& operation : commits_.back()->operations()) {
+            const std::string row = operation.row.key.str();
+            flags_[row] |= operation.flags;
+            if (gone_.erase(row)) flags_[row] |= flagsOfReturned_;
+            if (!operation.after) gone_.insert(row);
+        }
     }
 
     // What the list shows.
@@ -123,6 +127,7 @@ protected:
     void step() {
         commits_.clear();
         flags_.clear();
+        gone_.clear();
         for (std::size_t i = oneOf(2) ? 1 : 1 + pick(5); i > 0; --i) commit();
         const auto before = mappings_->copy();
         if (oneOf(50)) changeMappings();  // rows cross edges that move, too
@@ -272,6 +277,10 @@ protected:
     std::shared_ptr<YapDatabaseViewMappings> mappings_;
     std::vector<std::shared_ptr<const YapDatabaseViewChanges>> commits_;
     std::map<std::string, unsigned> flags_;  // of the rows that the step's commits list
+    std::set<std::string> gone_;             // of those, after the newest commit
+    /// Of a row that was away after a commit in between.
+    static constexpr unsigned flagsOfReturned_ =
+        YapDatabaseViewChangedObject | YapDatabaseViewChangedMetadata;
     std::vector<String> oldGroups_;
     Sections oldSections_, newSections_;
     std::vector<YapDatabaseViewSectionChange> sectionChanges_;

@@ -57,6 +57,13 @@ void ColumnWork::computeForWriting(const YapDatabaseRow& row) {
         "\" is not in the index " + table().name() + ": " + fault);
 }
 
+void ColumnWork::note(const YapDatabaseRow& row, Event event) {
+    computeForWriting(row);
+    // Most rows of a library concern none of its indexes.
+    if (event == Event::inserted && values_.isEmpty()) return;
+    noted_.push_back({row.rowid, event, values_.take()});
+}
+
 bool ColumnWork::hasRead() {
     if (!failure_) failure_ = context_.transaction().error();
     return !failure_;
@@ -65,7 +72,7 @@ bool ColumnWork::hasRead() {
 bool ColumnWork::resolveDependents() {
     for (const auto& [collection, key] : dependents_)
         if (const auto rowid = context_.rowidForKey(key, collection))
-            noted_.push_back({*rowid, Event::changed});
+            noted_.push_back({*rowid, Event::changed, {}});
     dependents_.clear();
     return hasRead();
 }
@@ -102,8 +109,15 @@ bool ColumnWork::applyNoted() {
         while (last + 1 < noted.size() && noted[last + 1].rowid == noted[first].rowid) ++last;
         const bool isNew = noted[first].event == Event::inserted;
         const bool isGone = noted[last].event == Event::removed;
-        if (isGone ? !isNew && !remove(noted[first].rowid) : !write(noted[first].rowid, isNew))
-            return false;
+        const std::int64_t rowid = noted[first].rowid;
+        bool isDone = true;
+        if (isGone)
+            isDone = isNew || remove(rowid);
+        else if (noted[last].values)
+            isDone = writeValues(rowid, isNew, std::move(*noted[last].values));
+        else
+            isDone = write(rowid, isNew);
+        if (!isDone) return false;
     }
     return hasRead();
 }
@@ -113,10 +127,11 @@ bool ColumnWork::write(std::int64_t rowid, bool isNew) {
     context_.rowForRowid(rowid, [&](const YapDatabaseRow& row) {
         if (isAllowed(row.collection)) computeForWriting(row);
     });
-    return hasRead() && writeValues(rowid, isNew);
+    return hasRead() && writeValues(rowid, isNew, values_.take());
 }
 
-bool ColumnWork::writeValues(std::int64_t rowid, bool isNew) {
+bool ColumnWork::writeValues(std::int64_t rowid, bool isNew, std::vector<Value> computed) {
+    values_.values() = std::move(computed);
     if (values_.isEmpty()) return isNew || remove(rowid);
     const auto stored =
         isNew ? ColumnTable::Stored::absent : table().compare(rowid, values_.values(), &failure_);

@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -13,8 +14,9 @@ namespace qsml::detail {
 
 class ColumnTable;
 
-/// What one transaction does for an index: it notes row ids, and computes and writes their columns
-/// when asked. Confined to the transaction.
+/// What one transaction does for an index: it computes the columns of a row while its object is at
+/// hand, and those of rows that depend on others at the end; it writes them when asked, in the
+/// order of row ids. Confined to the transaction.
 class ColumnWork {
 public:
     ColumnWork(const YapDatabaseColumnIndex& index, YapDatabaseExtensionContext& context);
@@ -23,7 +25,9 @@ public:
     ColumnWork& operator=(const ColumnWork&) = delete;
 
     enum class Event : std::uint8_t { inserted, changed, removed };
-    void note(std::int64_t rowid, Event event) { noted_.push_back({rowid, event}); }
+    /// An insertion or a change.
+    void note(const YapDatabaseRow& row, Event event);
+    void noteRemoval(std::int64_t rowid) { noted_.push_back({rowid, Event::removed, {}}); }
     void noteDependents(const YapDatabaseRow& row);
     /// Brings the tables up to date with what was noted. A failure stays: the commit must not be.
     bool apply(Error* error);
@@ -45,6 +49,7 @@ private:
     struct Noted {
         std::int64_t rowid;
         Event event;
+        std::optional<std::vector<Value>> values;  ///< nothing: to be computed from the row
     };
     bool isAllowed(std::string_view collection) const;
     /// Fills values_. Answers what the handler threw; empty when it did not.
@@ -53,7 +58,7 @@ private:
     bool resolveDependents();
     bool applyNoted();
     bool write(std::int64_t rowid, bool isNew);
-    bool writeValues(std::int64_t rowid, bool isNew);
+    bool writeValues(std::int64_t rowid, bool isNew, std::vector<Value> computed);
     bool remove(std::int64_t rowid);
     void noteChange(std::int64_t rowid);
     void checkRow(const YapDatabaseRow& row, const Fault& fault,

@@ -27,6 +27,9 @@ public:
     std::shared_ptr<const YapDatabaseExtensionChanges> changes() override;
     std::shared_ptr<const YapDatabaseExtensionState> newState() override;
 
+    std::shared_ptr<const YapDatabaseExtensionState> keptState() override {
+        return work_ && work_->changeNumber() > 0 ? nullptr : base_;
+    }
     const ViewState& state() override;
     ViewNodeSource& source() override { return work().source(); }
     const std::vector<ViewRowChange>& rowChanges() override;

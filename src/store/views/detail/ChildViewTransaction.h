@@ -62,6 +62,9 @@ public:
         return std::make_shared<State>(rule_, work_ ? work_->newState() : base_->rows);
     }
 
+    std::shared_ptr<const YapDatabaseExtensionState> keptState() override {
+        return work_ ? nullptr : base_->rows;
+    }
     const ViewState& state() override {
         apply();
         return work_ ? work_->state() : *base_->rows;

@@ -127,10 +127,8 @@ void ChildViewWork::tellEverything(YapDatabaseViewTransaction& parent) {
              before, after);
     }
     const auto tell = [&](std::int64_t rowid) {
-        YapDatabaseCollectionKey row;
-        if (!told.insert(rowid).second) return;
-        if (context_.keyForRowid(rowid, &row))
-            note(rowid, rowid, row, YapDatabaseViewChangedDependency, before, after);
+        if (told.insert(rowid).second)
+            note(rowid, rowid, {}, YapDatabaseViewChangedDependency, before, after);
     };
     for (const auto& entry : before)
         if (after.count(entry.first) == 0) tell(entry.first);
@@ -160,7 +158,10 @@ std::vector<ChildViewWork::Listed> ChildViewWork::listedRows(
 void ChildViewWork::decide(std::vector<Listed>& listed, const Passes& passes) {
     for (Listed& one : listed) {
         const auto& after = one.change.operation.after;
-        one.isIn = after && passes({one.change.rowidAfter, after->group, one.change.operation.row});
+        if (!after) continue;
+        YapDatabaseCollectionKey& row = one.change.operation.row;
+        if (!row.key) context_.keyForRowid(one.change.rowidAfter, &row);
+        one.isIn = passes({one.change.rowidAfter, after->group, row});
     }
 }
 

@@ -116,19 +116,16 @@ bool checkAutoView(const YapDatabaseAutoView& view, YapDatabaseExtensionContext&
 }
 
 std::shared_ptr<const YapDatabaseViewChanges> changesOfWholeView(
-    YapDatabaseExtensionContext& context, const YapDatabaseExtensionState& state,
-    ViewNodeSource& source) {
+    const YapDatabaseExtensionState& state, ViewNodeSource& source) {
     std::vector<YapDatabaseViewOperation> operations;
     for (const auto& group : static_cast<const ViewState&>(state).groups()) {
         std::uint64_t index = 0;
         group->tree.enumerate(0, group->tree.count(), source, [&](const ViewEntry& entry) {
             YapDatabaseViewOperation operation;
-            if (context.keyForRowid(entry.rowid, &operation.row)) {
-                operation.after = YapDatabaseViewPlace{group->name, index};
-                operation.flags = YapDatabaseViewChangedObject | YapDatabaseViewChangedMetadata;
-                operations.push_back(std::move(operation));
-            }
-            ++index;
+            operation.after = YapDatabaseViewPlace{group->name, index++};
+            operation.flags = YapDatabaseViewChangedObject | YapDatabaseViewChangedMetadata;
+            operation.rowidAfter = entry.rowid;
+            operations.push_back(std::move(operation));
             return true;
         });
     }

@@ -23,9 +23,8 @@ using ViewFault = std::function<void(std::string_view collection, std::string_vi
 bool checkAutoView(const YapDatabaseAutoView& view, YapDatabaseExtensionContext& context,
                    const ViewFault& fault, Error* error);
 
-/// Every row of the view as an insertion.
+/// Every row of the view as an insertion, without its key.
 std::shared_ptr<const YapDatabaseViewChanges> changesOfWholeView(
-    YapDatabaseExtensionContext& context, const YapDatabaseExtensionState& state,
-    ViewNodeSource& source);
+    const YapDatabaseExtensionState& state, ViewNodeSource& source);
 
 }  // namespace qsml::detail

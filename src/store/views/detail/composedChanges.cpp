@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <span>
+#include <string>
 #include <string_view>
 #include <unordered_map>
 
@@ -68,6 +69,7 @@ void join(Operation& first, const Operation& second) {
     first.flags |= second.flags;
     if (!first.after) first.flags |= wasAway;
     first.after = second.after;
+    first.rowidAfter = second.rowidAfter;
 }
 
 Operations joined(Operations first, const Operations& second) {
@@ -99,14 +101,65 @@ Operations composed(std::span<const YapDatabaseViewChanges* const> commits) {
     return joined(composed(commits.first(half)), composed(commits.subspan(half)));
 }
 
+/// Rows without a key get the one that another commit knows them by, or one of their own.
+class NamedRows {
+public:
+    explicit NamedRows(const std::vector<const YapDatabaseViewChanges*>& commits) {
+        for (const YapDatabaseViewChanges* commit : commits)
+            for (const Operation& operation : commit->operations()) note(operation);
+        if (!isIncomplete_) {
+            named_ = commits;
+            return;
+        }
+        changes_.reserve(commits.size());
+        for (const YapDatabaseViewChanges* commit : commits) {
+            Operations operations = commit->operations();
+            for (Operation& operation : operations)
+                if (!operation.row.key) operation.row = nameOf(operation);
+            changes_.emplace_back(std::move(operations));
+        }
+        for (const YapDatabaseViewChanges& changes : changes_) named_.push_back(&changes);
+    }
+    std::span<const YapDatabaseViewChanges* const> commits() const { return named_; }
+
+    static void takeAway(Operations& operations) {
+        for (Operation& operation : operations)
+            if (operation.row.collection.view() == unnamedCollection) operation.row = {};
+    }
+
+private:
+    static constexpr std::string_view unnamedCollection = "\1";  // of no row
+
+    void note(const Operation& operation) {
+        isIncomplete_ = isIncomplete_ || !operation.row.key;
+        if (!operation.row.key) return;
+        for (const std::int64_t rowid : {operation.rowidBefore, operation.rowidAfter})
+            if (rowid != 0) names_.emplace(rowid, operation.row);
+    }
+    YapDatabaseCollectionKey nameOf(const Operation& operation) const {
+        const std::int64_t rowid =
+            operation.rowidAfter != 0 ? operation.rowidAfter : operation.rowidBefore;
+        const auto found = names_.find(rowid);
+        if (found != names_.end()) return found->second;
+        return {unnamedCollection, std::to_string(rowid)};
+    }
+
+    bool isIncomplete_ = false;
+    std::unordered_map<std::int64_t, YapDatabaseCollectionKey> names_;
+    std::vector<YapDatabaseViewChanges> changes_;
+    std::vector<const YapDatabaseViewChanges*> named_;
+};
+
 }  // namespace
 
 std::vector<YapDatabaseViewOperation> composedChanges(
     const std::vector<const YapDatabaseViewChanges*>& commits) {
-    Operations operations = composed(commits);
+    const NamedRows named(commits);
+    Operations operations = composed(named.commits());
+    NamedRows::takeAway(operations);
     for (Operation& operation : operations) {
-        if (operation.flags == wasAway)
-            operation.flags = YapDatabaseViewChangedObject | YapDatabaseViewChangedMetadata;
+        if ((operation.flags & wasAway) == 0) continue;
+        operation.flags |= YapDatabaseViewChangedObject | YapDatabaseViewChangedMetadata;
         operation.flags &= ~wasAway;
     }
     return operations;
