@@ -73,5 +73,7 @@ inline constexpr std::string_view PLXUIDatabaseConnectionDidUpdateNotification =
     "PLXUIDatabaseConnectionDidUpdateNotification";
 /// The did-update notification's user information holds the commits under this key.
 inline constexpr std::string_view PLXUIDatabaseConnectionNotificationsKey = "notifications";
+/// And the identity of the connection that moved (const void*): a process may hold more managers.
+inline constexpr std::string_view PLXUIDatabaseConnectionKey = "connection";
 
 }  // namespace qsml
