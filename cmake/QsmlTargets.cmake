@@ -13,11 +13,19 @@ macro(qsml_add_library)
     file(CREATE_LINK ${PROJECT_SOURCE_DIR}/resources
         ${PROJECT_BINARY_DIR}/share/QSMediaLibraryData SYMBOLIC)
 
+    # What nearly every source includes is compiled once. Its target stands apart: a precompiled header
+    # of an object library would be linked with the objects.
+    add_library(qsml_precompiled OBJECT ${PROJECT_SOURCE_DIR}/cmake/precompiled.cpp)
+    target_include_directories(qsml_precompiled PRIVATE ${PROJECT_SOURCE_DIR}/src ${qsml_generated})
+    target_link_libraries(qsml_precompiled PRIVATE SQLite::SQLite3 Threads::Threads qsml_options
+        ICU::i18n ICU::uc fmt::fmt rapidjson PkgConfig::libmd PkgConfig::libxxhash PkgConfig::libplist)
+    target_precompile_headers(qsml_precompiled PRIVATE <algorithm> <atomic> <functional> <map> <memory>
+        <mutex> <optional> <set> <string> <string_view> <unordered_map> <vector> <foundation/Value.h>
+        <foundation/OrderedSet.h> <foundation/Error.h>)
+
     add_library(qsml_objects OBJECT)
+    target_precompile_headers(qsml_objects REUSE_FROM qsml_precompiled)
     target_include_directories(qsml_objects PUBLIC ${PROJECT_SOURCE_DIR}/src ${qsml_generated})
-    target_compile_definitions(qsml_objects PRIVATE
-        QSML_VERSION_STRING="${PROJECT_VERSION}" QSML_VERSION_NUMBER=${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
-        QSML_INSTALLED_RESOURCES="${CMAKE_INSTALL_FULL_DATADIR}/QSMediaLibraryData")
     target_link_libraries(qsml_objects
         PUBLIC SQLite::SQLite3 Threads::Threads
         PRIVATE qsml_options ICU::i18n ICU::uc fmt::fmt rapidjson PkgConfig::libmd PkgConfig::libxxhash

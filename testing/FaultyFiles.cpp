@@ -11,6 +11,8 @@
 #include <mutex>
 #include <new>
 
+#include "testing/FileTrace.h"
+
 namespace qsml {
 
 struct FaultyFiles::State {
@@ -28,6 +30,7 @@ struct FaultyFiles::State {
     std::vector<std::string> opened;
     std::function<void()> checkpointHook;
     std::atomic<bool> skipsSyncs = false;
+    FileTrace* trace = nullptr;
 
     /// Whether this call is one of those that fail.
     bool fails(FileCall call) {
@@ -43,6 +46,23 @@ struct FaultyFiles::State {
     Kind kind() const {
         std::lock_guard lock(mutex);
         return fault.kind;
+    }
+    /// Where there is a trace, writes down what just happened to the file.
+    void note(const sqlite3_file* file, FileEvent event) {
+        std::lock_guard lock(mutex);
+        const auto found = open.find(file);
+        if (!trace || found == open.end()) return;
+        event.path = found->second;
+        trace->add(std::move(event));
+    }
+    void note(const char* path, FileEvent event) {
+        std::lock_guard lock(mutex);
+        event.path = path;
+        if (trace) trace->add(std::move(event));
+    }
+    bool isTraced() const {
+        std::lock_guard lock(mutex);
+        return trace != nullptr;
     }
     int code(int ioError) const { return kind() == Kind::diskFull ? SQLITE_FULL : ioError; }
 };
@@ -87,19 +107,28 @@ int readFile(sqlite3_file* file, void* bytes, int size, sqlite3_int64 offset) {
 
 int writeToFile(sqlite3_file* file, const void* bytes, int size, sqlite3_int64 offset) {
     File& self = at(file);
-    if (!self.state->fails(FileCall::write))
+    if (!self.state->fails(FileCall::write)) {
+        if (self.state->isTraced())
+            self.state->note(file, {.kind = FileEvent::Kind::write,
+                                    .offset = static_cast<std::uint64_t>(offset),
+                                    .bytes = std::string(static_cast<const char*>(bytes),
+                                                         static_cast<std::size_t>(size))});
         return self.real->pMethods->xWrite(self.real, bytes, size, offset);
+    }
     if (self.state->kind() == FaultyFiles::Kind::tornWrite)
         self.real->pMethods->xWrite(self.real, bytes, size / 2, offset);
     return self.state->code(SQLITE_IOERR_WRITE);
 }
 
 int truncateFile(sqlite3_file* file, sqlite3_int64 size) {
+    at(file).state->note(
+        file, {.kind = FileEvent::Kind::truncate, .offset = static_cast<std::uint64_t>(size)});
     return forward(file, FileCall::truncate, SQLITE_IOERR_TRUNCATE, &sqlite3_io_methods::xTruncate,
                    size);
 }
 int syncFile(sqlite3_file* file, int flags) {
     FaultyFiles::State& state = *at(file).state;
+    state.note(file, {.kind = FileEvent::Kind::sync});
     if (state.skipsSyncs) return state.fails(FileCall::sync) ? SQLITE_IOERR_FSYNC : SQLITE_OK;
     return forward(file, FileCall::sync, SQLITE_IOERR_FSYNC, &sqlite3_io_methods::xSync, flags);
 }
@@ -177,6 +206,7 @@ int openFile(sqlite3_vfs* vfs, sqlite3_filename name, sqlite3_file* file, int fl
 int removeFile(sqlite3_vfs* vfs, const char* name, int syncs) {
     FaultyFiles::State& state = at(vfs);
     if (state.fails(FileCall::remove)) return state.code(SQLITE_IOERR_DELETE);
+    state.note(name, {.kind = FileEvent::Kind::remove, .offset = syncs ? 1u : 0u});
     return state.real->xDelete(state.real, name, syncs);
 }
 
@@ -214,6 +244,7 @@ FaultyFiles::FaultyFiles() : state_(std::make_shared<State>()) {
 
 FaultyFiles::~FaultyFiles() {
     setCheckpointHook({});
+    setTrace(nullptr);
     heal();
     sqlite3_vfs_unregister(&state_->vfs);
     if (!openFiles().empty()) abandoned().push_back(state_);
@@ -265,6 +296,11 @@ std::vector<std::string> FaultyFiles::openedFiles() const {
 }
 
 void FaultyFiles::skipSyncs() { state_->skipsSyncs = true; }
+
+void FaultyFiles::setTrace(FileTrace* trace) {
+    std::lock_guard lock(state_->mutex);
+    state_->trace = trace;
+}
 
 void FaultyFiles::setCheckpointHook(std::function<void()> hook) {
     std::lock_guard lock(state_->mutex);

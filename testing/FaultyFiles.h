@@ -7,6 +7,8 @@
 
 namespace qsml {
 
+class FileTrace;
+
 /// The calls that SQLite makes of the system; a set of them is their sum.
 enum class FileCall : unsigned {
     open = 1 << 0,
@@ -66,6 +68,10 @@ public:
 
     /// From now on syncs that do not fail do nothing, which makes long tests quick.
     void skipSyncs();
+
+    /// Writes down from now on what changes the trace's files; null ends that. The trace must live
+    /// until then.
+    void setTrace(FileTrace* trace);
 
     /// Runs when a checkpoint has just read the header of a log that other connections changed, and
     /// before it reads how far the log was copied: where a commit does the harm that walReset_test

@@ -9,7 +9,7 @@ Data::Data(std::span<const std::uint8_t> bytes) {
     bytes_ = std::make_shared<const std::vector<std::uint8_t>>(bytes.begin(), bytes.end());
 }
 
-bool operator==(const Data& a, const Data& b) noexcept {
+QSML_EXPORT bool operator==(const Data& a, const Data& b) noexcept {
     return a.bytes_ == b.bytes_ || std::ranges::equal(a.bytes(), b.bytes());
 }
 

@@ -45,7 +45,7 @@ void Dictionary::set(const Value& key, Value value) {
     }
 }
 
-bool operator==(const Dictionary& a, const Dictionary& b) {
+QSML_EXPORT bool operator==(const Dictionary& a, const Dictionary& b) {
     if (a.size() != b.size()) return false;
     for (const auto& [key, value] : a) {
         const auto found = b.positions_.find(key);
@@ -54,7 +54,7 @@ bool operator==(const Dictionary& a, const Dictionary& b) {
     return true;
 }
 
-bool operator==(const ValueSet& a, const ValueSet& b) {
+QSML_EXPORT bool operator==(const ValueSet& a, const ValueSet& b) {
     if (a.size() != b.size()) return false;
     for (const auto& element : a)
         if (!b.contains(element)) return false;

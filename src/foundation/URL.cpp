@@ -47,7 +47,7 @@ std::string URL::path() const {
     return detail::percentDecoded(detail::urlParts(absolute.view()).path);
 }
 
-bool operator==(const URL& a, const URL& b) {
+QSML_EXPORT bool operator==(const URL& a, const URL& b) {
     if (a.relative_ != b.relative_) return false;
     return a.base_ == b.base_ || (a.base_ && b.base_ && *a.base_ == *b.base_);
 }

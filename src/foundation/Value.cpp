@@ -151,7 +151,7 @@ const Dictionary& Value::dictionary() const {
     return dictionary ? **dictionary : none;
 }
 
-bool operator==(const Value& a, const Value& b) {
+QSML_EXPORT bool operator==(const Value& a, const Value& b) {
     if (a.isNumber() && b.isNumber()) return numberOf(a.held_) == numberOf(b.held_);
     if (a.kind() != b.kind()) return false;
     switch (a.kind()) {

@@ -19,9 +19,7 @@ protected:
         return groups;
     }
     /// The keys of one group.
-    Keys shown(std::string_view view, const std::string& group) {
-        return shown(view)[group];
-    }
+    Keys shown(std::string_view view, const std::string& group) { return shown(view)[group]; }
 
     /// A record with a name, or without.
     template <class Record>

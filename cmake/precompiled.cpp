@@ -1,0 +1,1 @@
+// Compiles the header that the sources of the library share.
