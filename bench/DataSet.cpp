@@ -1,144 +1,105 @@
 #include "DataSet.h"
 
-#include <cstdlib>
 #include <fstream>
-#include <iostream>
-#include <sstream>
 
+#include "Bench.h"
 #include "core/PLXMediaAlbum.h"
 #include "core/PLXMediaArtist.h"
 #include "core/PLXMediaGenre.h"
 #include "core/PLXMediaLabel.h"
-#include "database/collectionNames.h"
+#include "lines.h"
+#include "organisation/PLXMediaItemTag.h"
 
 namespace qsml::bench {
 namespace {
 
-using Fields = std::vector<std::string_view>;
-
-Fields split(std::string_view line, char separator) {
-    Fields fields;
-    if (line.empty()) return fields;
-    for (std::size_t start = 0;;) {
-        const auto end = line.find(separator, start);
-        fields.push_back(line.substr(start, end == line.npos ? line.npos : end - start));
-        if (end == line.npos) return fields;
-        start = end + 1;
-    }
-}
-
-String text(std::string_view field) { return field.empty() ? String() : String(field); }
-double real(std::string_view field) { return std::strtod(std::string(field).c_str(), nullptr); }
-std::int64_t integer(std::string_view field) {
-    return std::strtoll(std::string(field).c_str(), nullptr, 10);
-}
-std::optional<Date> date(std::string_view field) {
-    if (field.empty()) return std::nullopt;
-    return Date{real(field)};
-}
-
-/// The keys of the file are those of the records; equal ones share their text as they do in a
-/// library that was read from disk.
-class Keys {
-public:
-    String operator()(std::string_view key) {
-        if (key.empty()) return {};
-        return known_.try_emplace(std::string(key), key).first->second;
-    }
-    std::optional<OrderedSet<String>> list(std::string_view field) {
-        if (field.empty()) return std::nullopt;
-        std::vector<String> keys;
-        for (auto key : split(field, ',')) keys.push_back((*this)(key));
-        return OrderedSet<String>(std::move(keys));
-    }
-
-private:
-    std::unordered_map<std::string, String> known_;
-};
-
-void describe(PLXMediaItem& item, const Fields& x, Keys& keys) {
-    item.setAddedDate(date(x[6]));
-    item.setModifiedDate(date(x[7]));
-    item.setReleaseDate(date(x[8]));
-    item.setPurchasedDate(date(x[9]));
-    item.setYear(integer(x[10]));
-    item.setComposer(text(x[11]));
-    item.setGrouping(text(x[12]));
-    item.setComments(text(x[13]));
-    item.setLyrics(text(x[14]));
-    item.setAlbumType(integer(x[15]));
-    item.setAlbumTrackNumber(integer(x[16]));
-    item.setAlbumTrackCount(integer(x[17]));
-    item.setAlbumDiscNumber(integer(x[18]));
-    item.setAlbumDiscCount(integer(x[19]));
-    item.setBpm(static_cast<float>(real(x[20])));
-    item.setExplicitContent(x[21] == "1");
-    item.setArtistUUIDs(keys.list(x[22]));
-    item.setAlbumUUID(keys(x[23]));
-    item.setGenreUUIDs(keys.list(x[24]));
-    item.setLabelUUID(keys(x[25]));
-    item.setAlbumArtistUUIDs(keys.list(x[26]));
-}
-
-std::shared_ptr<PLXMediaItem> track(const Fields& x, Keys& keys) {
-    const auto titleID = PLXMediaItemTitleID::titleIDWithTitle(
-        text(x[2]), text(x[3]), static_cast<float>(real(x[4])), text(x[5]));
-    titleID->setUuid(keys(x[1]));
-    auto item = PLXMediaItem::initWithTitleID(titleID);
-    item->setTitle(titleID->title());
-    describe(*item, x, keys);
-    item->setContentType(text(x[27]));
-    item->setDrmProtected(x[28] == "1");
-    item->setDuration(titleID->duration());
-    item->setChannelCount(integer(x[29]));
-    item->setSampleRate(integer(x[30]));
-    item->setBitRate(integer(x[31]));
-    item->setOriginSourceID(keys(x[32]));
-    item->setMusicalKeySignatureIndex(integer(x[33]));
-    return item;
-}
-
 template <class Entity>
-void addEntity(DataSet& set, std::string_view collection, const Fields& x, Keys& keys) {
-    auto entity = Entity::initWithUUID(keys(x[1]));
+void addEntity(Loading& loading, std::string_view collection, const Fields& x) {
+    auto entity = Entity::initWithUUID(loading.keys(x[1]));
     entity->setName(text(x[2]));
-    set.entities.emplace_back(collection, std::move(entity));
+    loading.set.entities.push_back({collection, std::move(entity)});
+}
+
+void addTag(Loading& loading, const Fields& x) {
+    auto tag = PLXMediaItemTag::initWithUUID(loading.keys(x[1]));
+    tag->setValue(text(x[2]));
+    loading.set.entities.push_back({PLXDatabaseCollectionMediaItemTags, std::move(tag)});
+}
+
+void addLine(Loading& loading, char kind, const Fields& x) {
+    switch (kind) {
+        case 'A':
+            return addEntity<PLXMediaArtist>(loading, PLXDatabaseCollectionMediaArtists, x);
+        case 'B':
+            return addEntity<PLXMediaAlbum>(loading, PLXDatabaseCollectionMediaAlbums, x);
+        case 'G':
+            return addEntity<PLXMediaGenre>(loading, PLXDatabaseCollectionMediaGenres, x);
+        case 'L':
+            return addEntity<PLXMediaLabel>(loading, PLXDatabaseCollectionMediaLabels, x);
+        case 'K':
+            return addTag(loading, x);
+        case 'T':
+            return addTrack(loading, x);
+        case 'U':
+            return addUserData(loading, x);
+        case 'P':
+            return addPlaylist(loading, x);
+        case 'I':
+            return addPlaylistItem(loading, x);
+        case 'H':
+            return addSession(loading, x);
+        case 'Q':
+            return loading.set.queries.push_back({x[1] == "prefix", std::string(x[2])});
+        case 'E':
+            loading.set.edits.emplace_back(x.begin() + 1, x.end());
+            return;
+        default:
+            return;
+    }
 }
 
 }  // namespace
 
 DataSet DataSet::load(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        std::cerr << "qsml_bench: cannot read " << path << "\n";
-        std::exit(1);
+    require(file.is_open(), "cannot read " + path);
+    Loading loading;
+    for (std::string line; std::getline(file, line);)
+        if (!line.empty()) addLine(loading, line[0], split(line, '\t'));
+
+    DataSet& set = loading.set;
+    for (std::size_t i = 0; i < set.playlists.size(); ++i)
+        if (!loading.itemsOfPlaylists[i].empty())
+            set.playlists[i]->setItemUUIDs(OrderedSet<String>(loading.itemsOfPlaylists[i]));
+    require(!set.tracks.empty(), "no track in " + path);
+    return std::move(set);
+}
+
+std::vector<StoredRecord> DataSet::inImportOrder() const {
+    std::vector<StoredRecord> all = entities;
+    for (std::size_t i = 0; i < tracks.size(); ++i) {
+        all.push_back({PLXDatabaseCollectionMediaItemTitleIDs, tracks[i]->titleID()});
+        all.push_back({PLXDatabaseCollectionMediaItems, tracks[i]});
+        all.push_back({PLXDatabaseCollectionLocalMediaItemLocations, locations[i]});
+        if (const auto found = userDataAt.find(tracks[i]->uuid()); found != userDataAt.end())
+            all.push_back({PLXDatabaseCollectionMediaItemUserData, userData[found->second]});
+        if (analyzedData[i])
+            all.push_back({PLXDatabaseCollectionMediaItemAnalyzedData, analyzedData[i]});
+        all.back().endsUnit = true;
     }
-    DataSet set;
-    Keys keys;
-    for (std::string line; std::getline(file, line);) {
-        if (line.empty()) continue;
-        const Fields x = split(line, '\t');
-        switch (line[0]) {
-            case 'A':
-                addEntity<PLXMediaArtist>(set, PLXDatabaseCollectionMediaArtists, x, keys);
-                break;
-            case 'B':
-                addEntity<PLXMediaAlbum>(set, PLXDatabaseCollectionMediaAlbums, x, keys);
-                break;
-            case 'G':
-                addEntity<PLXMediaGenre>(set, PLXDatabaseCollectionMediaGenres, x, keys);
-                break;
-            case 'L':
-                addEntity<PLXMediaLabel>(set, PLXDatabaseCollectionMediaLabels, x, keys);
-                break;
-            case 'T':
-                set.tracks.push_back(track(x, keys));
-                break;
-            default:
-                break;
-        }
-    }
-    return set;
+    for (const auto& playlist : playlists)
+        all.push_back({PLXDatabaseCollectionMediaItemPlaylists, playlist});
+    for (std::size_t i = 0; i < playlistItems.size(); ++i)
+        all.push_back(
+            {PLXDatabaseCollectionMediaItemPlaylistItems, playlistItems[i], i % 500 == 499});
+    all.insert(all.end(), history.begin(), history.end());
+    return all;
+}
+
+const std::shared_ptr<PLXMediaItem>& DataSet::track(std::string_view uuid) const {
+    const auto found = trackAt.find(String(uuid));
+    require(found != trackAt.end(), "an edit names a track that is not there");
+    return tracks[found->second];
 }
 
 }  // namespace qsml::bench
