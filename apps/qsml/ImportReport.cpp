@@ -37,6 +37,11 @@ void ImportReport::merged(const std::string& path, const std::string& firstPath)
 
 void ImportReport::alreadyThere() { ++counts_.alreadyThere; }
 
+void ImportReport::located(const std::string& path, const std::string& uuid) {
+    ++counts_.located;
+    if (asJSON_) putJSON({{"event", "located"}, {"path", String(path)}, {"uuid", String(uuid)}});
+}
+
 void ImportReport::added(const std::string& path, const std::string& uuid,
                          const std::vector<std::string>& repairs) {
     ++counts_.added;
@@ -90,6 +95,7 @@ void ImportReport::summary(const std::string& libraryPath, std::uint64_t snapsho
                  {"filesLookedAt", counts_.lookedAt},
                  {"tracksAdded", counts_.added},
                  {"alreadyThere", counts_.alreadyThere},
+                 {"located", counts_.located},
                  {"merged", counts_.merged},
                  {"repaired", counts_.repaired},
                  {"refused", counts_.refused},
@@ -104,6 +110,8 @@ void ImportReport::summary(const std::string& libraryPath, std::uint64_t snapsho
     putLine(fmt::format("  {} tracks added ({} with repaired tags), {:.0f} a second",
                         grouped(counts_.added), grouped(counts_.repaired), rate));
     putLine(fmt::format("  {} already there", grouped(counts_.alreadyThere)));
+    if (counts_.located > 0)
+        putLine(fmt::format("  {} new places of known tracks", grouped(counts_.located)));
     putLine(fmt::format("  {} merged into another file's track", grouped(counts_.merged)));
     putLine(fmt::format("  {} refused", grouped(counts_.refused)));
     if (counts_.failedPaths > 0)

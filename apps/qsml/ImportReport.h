@@ -16,6 +16,7 @@ struct ImportCounts {
     std::uint64_t merged = 0;
     std::uint64_t refused = 0;
     std::uint64_t repaired = 0;     ///< of those added
+    std::uint64_t located = 0;      ///< files at a new place whose track was there already
     std::uint64_t failedPaths = 0;  ///< paths and folders that could not be looked into
 };
 
@@ -35,6 +36,8 @@ public:
     void failed(const std::string& path, const std::string& reason);
     void merged(const std::string& path, const std::string& firstPath);
     void alreadyThere();
+    /// The track is now known at this place too.
+    void located(const std::string& path, const std::string& uuid);
     void added(const std::string& path, const std::string& uuid,
                const std::vector<std::string>& repairs);
     /// What was added so far is on disk.

@@ -52,12 +52,11 @@ void Importer::takeFile(const std::string& path) {
         report_.refused(path, reading.refusal);
         return;
     }
-    if (const auto first = firstFiles_.remember(identityOf(*reading.tags), path)) {
-        report_.merged(path, *first);
-        return;
-    }
+    const auto first = firstFiles_.remember(identityOf(*reading.tags), path);
+    if (first) report_.merged(path, *first);
     batchTextSize_ += reading.tags->textSize();
-    batch_.push_back({path, std::move(*reading.tags), std::move(reading.repairs)});
+    batch_.push_back(
+        {path, std::move(*reading.tags), std::move(reading.repairs), first.has_value()});
 }
 
 /// Long comments and lyrics fill a batch early, which bounds the memory.
@@ -75,25 +74,31 @@ void Importer::startStoring() {
     storing_ = std::async(std::launch::async, [this] { return store_.store(storedBatch_); });
 }
 
+void Importer::report(const ReadTrack& track, const TrackStore::Outcome& outcome) {
+    using Kind = TrackStore::Outcome::Kind;
+    if (outcome.kind == Kind::alreadyThere && outcome.isPlaced)
+        report_.located(track.path, outcome.uuid);
+    if (track.isSecondFile) return;  // it was told when it was met
+    switch (outcome.kind) {
+        case Kind::added:
+            report_.added(track.path, outcome.uuid, track.repairs);
+            break;
+        case Kind::alreadyThere:
+            report_.alreadyThere();
+            break;
+        case Kind::refused:
+            report_.refused(track.path, outcome.reason);
+            break;
+    }
+}
+
 void Importer::finishStoring() {
     if (!storing_.valid()) return;
     const auto outcomes = storing_.get();
-    const std::uint64_t addedBefore = report_.counts().added;
-    for (std::size_t i = 0; i < outcomes.size(); ++i) {
-        const ReadTrack& track = storedBatch_[i];
-        switch (outcomes[i].kind) {
-            case TrackStore::Outcome::Kind::added:
-                report_.added(track.path, outcomes[i].uuid, track.repairs);
-                break;
-            case TrackStore::Outcome::Kind::alreadyThere:
-                report_.alreadyThere();
-                break;
-            case TrackStore::Outcome::Kind::refused:
-                report_.refused(track.path, outcomes[i].reason);
-                break;
-        }
-    }
-    if (report_.counts().added > addedBefore) report_.committed();
+    const ImportCounts before = report_.counts();
+    for (std::size_t i = 0; i < outcomes.size(); ++i) report(storedBatch_[i], outcomes[i]);
+    const ImportCounts& now = report_.counts();
+    if (now.added > before.added || now.located > before.located) report_.committed();
     MainQueue::runPending();  // moves the user interface's connection on, so that the log can
                               // shrink
 }

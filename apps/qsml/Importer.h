@@ -14,6 +14,7 @@ struct WalkedEntry;
 struct ImportOptions {
     std::vector<std::string> paths;
     TagOptions tags;
+    StoreOptions store;
     std::size_t tracksPerCommit = 256;
 };
 
@@ -35,6 +36,7 @@ private:
     bool isBatchFull() const;
     void startStoring();
     void finishStoring();
+    void report(const ReadTrack& track, const TrackStore::Outcome& outcome);
 
     ImportOptions options_;
     TrackStore& store_;

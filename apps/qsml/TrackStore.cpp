@@ -9,9 +9,11 @@
 #include <QSMediaLibraryData/store/YapDatabaseConnection.h>
 #include <QSMediaLibraryData/store/YapDatabaseTransaction.h>
 #include <QSMediaLibraryData/tracks/PLXMediaItem.h>
+#include <QSMediaLibraryData/tracks/PLXMediaItemAnalyzedData.h>
 #include <QSMediaLibraryData/tracks/PLXMediaItemTitleIDSource.h>
 
 #include "CommandFailure.h"
+#include "TrackPlace.h"
 
 namespace qsml::app {
 
@@ -25,21 +27,38 @@ std::shared_ptr<PLXMediaItemTitleID> titleIDOf(const TrackTags& tags) {
                                                  tags.isrc);
 }
 
-/// Whether the track is there; one whose stored title ID is damaged is refused, not overwritten.
-Outcome lookUp(const TrackTags& tags, YapDatabaseReadTransaction& transaction,
-               std::shared_ptr<const PLXMediaItemTitleID>& titleID) {
-    titleID = PLXMediaItemTitleIDSource::sharedInstance().titleIDWithTitle(
+using TitleID = std::shared_ptr<const PLXMediaItemTitleID>;
+
+TitleID storedTitleID(const TrackTags& tags, YapDatabaseReadTransaction& transaction) {
+    return PLXMediaItemTitleIDSource::sharedInstance().titleIDWithTitle(
         tags.title, tags.artistText, tags.durationSeconds, tags.isrc, transaction);
+}
+
+Outcome damaged(const String& uuid, const char* record) {
+    return {Kind::refused, uuid.str(),
+            std::string("is known to the library by a damaged ") + record + "; run \"qsml check\""};
+}
+
+/// Whether the track and its place are there; where a stored record is damaged it is refused, not
+/// overwritten.
+Outcome lookUp(const TitleID& titleID, TrackPlace& place, bool forgetsMissing,
+               YapDatabaseReadTransaction& transaction) {
     const String uuid = titleID->internalID();
+    const auto state = place.state(forgetsMissing, transaction);
+    if (state == TrackPlace::State::damaged) return damaged(uuid, "location");
+    const bool isPlaced = state == TrackPlace::State::isNew;
     if (transaction.hasObjectForKey(uuid, PLXDatabaseCollectionMediaItems))
-        return {Kind::alreadyThere, uuid.str()};
+        return {Kind::alreadyThere, uuid.str(), {}, isPlaced};
     const bool isNew = !transaction.object<PLXMediaItemTitleID>(
         titleID->uuid(), PLXDatabaseCollectionMediaItemTitleIDs);
     if (isNew &&
         transaction.hasObjectForKey(titleID->uuid(), PLXDatabaseCollectionMediaItemTitleIDs))
-        return {Kind::refused, uuid.str(),
-                "is known to the library by a damaged title ID; run \"qsml check\""};
-    return {Kind::added, uuid.str()};
+        return damaged(uuid, "title ID");
+    return {Kind::added, uuid.str(), {}, isPlaced};
+}
+
+bool needsWrite(const Outcome& outcome) {
+    return outcome.kind == Kind::added || (outcome.kind == Kind::alreadyThere && outcome.isPlaced);
 }
 
 /// Writes rows until one cannot be written; then all further ones are skipped.
@@ -48,6 +67,8 @@ public:
     explicit Writing(YapDatabaseReadWriteTransaction& transaction) : transaction_(transaction) {}
 
     bool isGood() const { return isGood_; }
+    YapDatabaseReadWriteTransaction& transaction() { return transaction_; }
+    void expect(bool isWritten) { isGood_ = isGood_ && isWritten; }
 
     template <class Record>
     void set(const std::shared_ptr<Record>& record, std::string_view collection) {
@@ -106,10 +127,22 @@ void setNumbers(PLXMediaItem& item, const TrackTags& tags) {
     item.setMusicalKeySignatureIndex(tags.musicalKeySignatureIndex);
 }
 
-void write(const TrackTags& tags, const std::shared_ptr<const PLXMediaItemTitleID>& titleID,
-           Date now, Writing& writing) {
+/// What the tags say of tempo and key. What analysis has found stays.
+void writeAnalyzedData(const TrackTags& tags, const TitleID& titleID, Writing& writing) {
+    constexpr auto collection = PLXDatabaseCollectionMediaItemAnalyzedData;
+    if (tags.bpm == 0 && tags.musicalKeySignatureIndex == unknownMusicalKey) return;
+    if (writing.transaction().hasObjectForKey(titleID->internalID(), collection)) return;
+    const auto data = PLXMediaItemAnalyzedData::initWithTitleID(titleID);
+    data->setBpm(tags.bpm);
+    data->setKeySignatureIndex(tags.musicalKeySignatureIndex);
+    writing.set(data, collection);
+}
+
+void write(const TrackTags& tags, const TitleID& titleID, const StoreOptions& options, Date now,
+           Writing& writing) {
     const auto item = PLXMediaItem::initWithTitleID(titleID);
     item->setAddedDate(now);
+    if (!options.originSourceID.empty()) item->setOriginSourceID(options.originSourceID);
     setTexts(*item, tags);
     setNumbers(*item, tags);
     item->setArtistUUIDs(
@@ -120,8 +153,24 @@ void write(const TrackTags& tags, const std::shared_ptr<const PLXMediaItemTitleI
         writing.entities<PLXMediaGenre>(tags.genres, PLXDatabaseCollectionMediaGenres));
     item->setAlbumUUID(writing.entity<PLXMediaAlbum>(tags.album, PLXDatabaseCollectionMediaAlbums));
     item->setLabelUUID(writing.entity<PLXMediaLabel>(tags.label, PLXDatabaseCollectionMediaLabels));
-    writing.set(titleID, PLXDatabaseCollectionMediaItemTitleIDs);
+    writing.expect(PLXMediaItemTitleIDSource::setTitleID(titleID, writing.transaction()));
     writing.set(item, PLXDatabaseCollectionMediaItems);
+    writeAnalyzedData(tags, titleID, writing);
+}
+
+/// Looks the track up again: another process may have stored it in the meantime.
+Outcome writeTrack(const ReadTrack& track, const StoreOptions& options, Writing& writing) {
+    auto& transaction = writing.transaction();
+    const TitleID titleID = storedTitleID(track.tags, transaction);
+    TrackPlace place(titleID, track.path);
+    Outcome outcome = lookUp(titleID, place, options.forgetsMissing, transaction);
+    if (track.isSecondFile && outcome.kind == Kind::added)  // the first one was refused
+        return {Kind::alreadyThere, outcome.uuid};
+    if (outcome.kind == Kind::added)
+        write(track.tags, titleID, options, Clock::shared().now(), writing);
+    if (needsWrite(outcome) && outcome.isPlaced)
+        writing.expect(place.store(track.isSecondFile, transaction));
+    return outcome;
 }
 
 [[noreturn]] void failToWrite(const Error& error) {
@@ -135,13 +184,13 @@ void write(const TrackTags& tags, const std::shared_ptr<const PLXMediaItemTitleI
 
 String identityOf(const TrackTags& tags) { return titleIDOf(tags)->uuid(); }
 
-TrackStore::TrackStore(std::shared_ptr<YapDatabaseConnection> connection)
-    : connection_(std::move(connection)) {}
+TrackStore::TrackStore(std::shared_ptr<YapDatabaseConnection> connection, StoreOptions options)
+    : connection_(std::move(connection)), options_(std::move(options)) {}
 
 std::vector<Outcome> TrackStore::store(const std::vector<ReadTrack>& batch) {
     auto outcomes = lookUp(batch);
     std::size_t firstNew = 0;
-    while (firstNew < outcomes.size() && outcomes[firstNew].kind != Kind::added) ++firstNew;
+    while (firstNew < outcomes.size() && !needsWrite(outcomes[firstNew])) ++firstNew;
     if (firstNew == outcomes.size()) return outcomes;
     if (write(batch, {firstNew, batch.size()}, outcomes)) return outcomes;
     // Some track cannot be archived: one by one, the others are stored.
@@ -156,9 +205,12 @@ std::vector<Outcome> TrackStore::lookUp(const std::vector<ReadTrack>& batch) {
     Error error;
     const bool isRead = connection_->read(
         [&](YapDatabaseReadTransaction& transaction) {
-            std::shared_ptr<const PLXMediaItemTitleID> titleID;
-            for (const ReadTrack& track : batch)
-                outcomes.push_back(app::lookUp(track.tags, transaction, titleID));
+            for (const ReadTrack& track : batch) {
+                const TitleID titleID = storedTitleID(track.tags, transaction);
+                TrackPlace place(titleID, track.path);
+                outcomes.push_back(
+                    app::lookUp(titleID, place, options_.forgetsMissing, transaction));
+            }
             error = transaction.error();
         },
         &error);
@@ -174,14 +226,8 @@ bool TrackStore::write(const std::vector<ReadTrack>& batch, Range range,
     const bool isCommitted = connection_->readWrite(
         [&](YapDatabaseReadWriteTransaction& transaction) {
             Writing writing(transaction);
-            const Date now = Clock::shared().now();
-            for (std::size_t i = range.first; i < range.second; ++i) {
-                // Looked up again: another process may have stored it in the meantime.
-                std::shared_ptr<const PLXMediaItemTitleID> titleID;
-                outcomes[i] = app::lookUp(batch[i].tags, transaction, titleID);
-                if (outcomes[i].kind == Kind::added)
-                    app::write(batch[i].tags, titleID, now, writing);
-            }
+            for (std::size_t i = range.first; i < range.second; ++i)
+                outcomes[i] = writeTrack(batch[i], options_, writing);
             isGood = writing.isGood();
             if (!isGood) transaction.rollback();
         },

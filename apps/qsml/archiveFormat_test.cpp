@@ -53,7 +53,9 @@ chains = {"mediaItems": ["PLXMediaItem"] + bases,
           "mediaArtists": ["PLXMediaArtist"] + entity,
           "mediaAlbums": ["PLXMediaAlbum"] + entity,
           "mediaGenres": ["PLXMediaGenre"] + entity,
-          "mediaLabels": ["PLXMediaLabel"] + entity}
+          "mediaLabels": ["PLXMediaLabel"] + entity,
+          "mediaItemAnalyzedData": ["PLXMediaItemAnalyzedData"] + bases,
+          "localMediaItemLocations": ["PLXMediaItemLocation"] + bases}
 for collection, key, data in sqlite3.connect(sys.argv[1]).execute(
         "select collection, key, data from records"):
     archive = plistlib.loads(data)
@@ -68,8 +70,9 @@ for collection, key, data in sqlite3.connect(sys.argv[1]).execute(
     assert objects[root["uuid"].data] == key, key
     print(collection)
 )");
-    for (const char* collection : {"mediaItems", "mediaItemTitleIDs", "mediaArtists", "mediaAlbums",
-                                   "mediaGenres", "mediaLabels"})
+    for (const char* collection :
+         {"mediaItems", "mediaItemTitleIDs", "mediaArtists", "mediaAlbums", "mediaGenres",
+          "mediaLabels", "mediaItemAnalyzedData", "localMediaItemLocations"})
         EXPECT_THAT(printed, HasSubstr(std::string(collection) + "\n"));
 }
 
@@ -91,8 +94,8 @@ TEST_F(GivenAnImportedLibrary, WhenCountedBySQLThenCollectionsAndTheirRecordsSho
     const ProgramRun run = runProgram(
         {"sqlite3", library(), "select collection, count(*) from records group by 1 order by 1"});
     EXPECT_EQ(run.output,
-              "mediaAlbums|1\nmediaArtists|2\nmediaGenres|1\nmediaItemTitleIDs|2\nmediaItems|2\n"
-              "mediaLabels|1\n")
+              "localMediaItemLocations|2\nmediaAlbums|1\nmediaArtists|2\nmediaGenres|1\n"
+              "mediaItemAnalyzedData|1\nmediaItemTitleIDs|2\nmediaItems|2\nmediaLabels|1\n")
         << run.errors;
 }
 

@@ -9,7 +9,11 @@ namespace qsml::app {
 
 void readLibrary(const CommonOptions& common,
                  const std::function<void(YapDatabaseReadTransaction&)>& block) {
-    const auto connection = openLibrary(libraryPath(common.library), Opening::existing);
+    readLibrary(openLibrary(libraryPath(common.library), Opening::existing), block);
+}
+
+void readLibrary(const std::shared_ptr<YapDatabaseConnection>& connection,
+                 const std::function<void(YapDatabaseReadTransaction&)>& block) {
     Error error;
     const bool isRead = connection->read(
         [&](YapDatabaseReadTransaction& transaction) {

@@ -7,6 +7,7 @@
 #include <functional>
 
 #include "CommandFailure.h"
+#include "CommandTree.h"
 #include "commands.h"
 #include "output.h"
 
@@ -37,6 +38,10 @@ public:
                 [this] { return runTagGroups(common_); });
         addQueue();
         addHistory();
+        addBrowsingCommands(tree());
+        addUserDataCommands(tree());
+        addPlaylistCommands(tree());
+        addDoctorCommands(tree());
     }
 
     /// Throws CLI::ParseError.
@@ -46,19 +51,8 @@ public:
     int exit(const CLI::ParseError& request) const { return app_.exit(request); }
 
 private:
-    static std::string notEmpty(std::string& text) {
-        return text.empty() ? "the name is empty" : std::string();
-    }
+    CommandTree tree() { return {app_, common_, run_}; }
 
-    static bool isWhole(const std::string& text) {
-        constexpr std::size_t mostDigits = 9;
-        return !text.empty() && text.size() <= mostDigits &&
-               text.find_first_not_of("0123456789") == text.npos;
-    }
-    static std::string isPosition(std::string& text) {
-        const bool isOne = isWhole(text) && text.find_first_not_of('0') != text.npos;
-        return isOne ? std::string() : "\"" + text + "\" is no position; the first is 1";
-    }
     static std::string isDeck(std::string& text) {
         return isWhole(text) ? std::string() : "\"" + text + "\" is no deck number";
     }
@@ -69,13 +63,9 @@ private:
     CLI::App* command(const char* name, const char* description, std::function<int()> run) {
         return command(app_, name, description, std::move(run));
     }
-
     CLI::App* command(CLI::App& parent, const char* name, const char* description,
                       std::function<int()> run) {
-        CLI::App* const made = parent.add_subcommand(name, description);
-        made->add_flag("--json", common_.asJSON, "Write one JSON object a line");
-        made->callback([this, run = std::move(run)] { run_ = run; });
-        return made;
+        return tree().command(parent, name, description, std::move(run));
     }
 
     void addImport() {
@@ -87,6 +77,12 @@ private:
         made->add_flag("--split", import_.tags.splitsNames,
                        "Split a text that names several artists or genres, at ; , / & feat. ft. "
                        "featuring vs.");
+        made->add_option("--source", import_.store.originSourceID,
+                         "Where new tracks come from, for \"qsml browse sources\"")
+            ->type_name("NAME")
+            ->check(CLI::Validator(notEmpty, ""));
+        made->add_flag("--forget-missing", import_.store.forgetsMissing,
+                       "Of the imported tracks, forget the places where no file is any more");
         made->add_option("--batch", import_.tracksPerCommit, "Tracks in one transaction")
             ->type_name("N")
             ->check(CLI::Range(1, 10000))
@@ -126,15 +122,8 @@ private:
             ->required();
     }
 
-    CLI::App& group(const char* name, const char* description) {
-        CLI::App* const made = app_.add_subcommand(name, description);
-        made->require_subcommand(1);
-        made->fallthrough();
-        return *made;
-    }
-
     void addQueue() {
-        CLI::App& queue = group("queue", "The titles that are lined up to play next");
+        CLI::App& queue = tree().group("queue", "The titles that are lined up to play next");
         const CLI::Validator position(isPosition, "");
         command(queue, "list", "Lists the queue", [this] { return runQueueList(common_); });
         CLI::App* made = command(queue, "add", "Puts tracks into the queue",
@@ -158,7 +147,7 @@ private:
     }
 
     void addHistory() {
-        CLI::App& history = group("history", "What was played, by session");
+        CLI::App& history = tree().group("history", "What was played, by session");
         command(history, "start", "Opens a session, and ends the one that is open",
                 [this] { return runHistoryStart(common_); });
         CLI::App* made = command(history, "add", "Records a title as played in the open session",

@@ -1,6 +1,7 @@
 #include "openLibrary.h"
 
 #include <QSMediaLibraryData/database/PLXDatabaseManager.h>
+#include <QSMediaLibraryData/foundation/Bundle.h>
 #include <QSMediaLibraryData/foundation/DispatchQueue.h>
 #include <QSMediaLibraryData/store/YapDatabase.h>
 #include <QSMediaLibraryData/store/YapDatabaseConnection.h>
@@ -11,6 +12,7 @@
 #include <system_error>
 
 #include "CommandFailure.h"
+#include "trackLocations.h"
 
 namespace qsml::app {
 
@@ -61,6 +63,9 @@ std::shared_ptr<YapDatabaseConnection> openLibrary(const LibraryPath& library, O
     if (opening == Opening::orNew && library.isDefault)
         makeFolder(library.path.substr(0, library.path.rfind('/')));
     MainQueue::setManual();
+    // A library that is moved together with its music finds it again.
+    const std::string path = absolutePath(library.path);
+    Bundle::main().setInfoValue("QSMediaLibraryBundlePath", path.substr(0, path.rfind('/') + 1));
     auto& manager = PLXDatabaseManager::sharedManager();
     Error error;
     if (!manager.setupDatabaseWithFileURL(URL::fileURLWithPath(library.path), &error))

@@ -111,4 +111,13 @@ std::string playingTime(double seconds) {
                  : fmt::format("{}:{:02}", minutes, rest);
 }
 
+std::string markTime(float seconds) {
+    const double time = static_cast<double>(seconds);
+    constexpr double longest = 1e12;
+    if (!(std::fabs(time) <= longest)) return fmt::format("{} s", seconds);  // NaN too
+    const auto thousandths = static_cast<std::uint64_t>(std::llround(std::fabs(time) * 1000));
+    return fmt::format("{}{}:{:02}.{:03}", time < 0 ? "-" : "", thousandths / 60000,
+                       thousandths / 1000 % 60, thousandths % 1000);
+}
+
 }  // namespace qsml::app

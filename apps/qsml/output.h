@@ -26,5 +26,7 @@ void complain(std::string_view line);
 std::string grouped(std::uint64_t number);
 /// "5:27" or "1:02:03", to the nearest second; empty for what is no time.
 std::string playingTime(double seconds);
+/// A place in a track to the millisecond: "0:12.500".
+std::string markTime(float seconds);
 
 }  // namespace qsml::app

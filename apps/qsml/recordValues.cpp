@@ -3,6 +3,8 @@
 #include <QSMediaLibraryData/core/PLXMediaEntity.h>
 #include <QSMediaLibraryData/database/collectionNames.h>
 #include <QSMediaLibraryData/store/YapDatabaseTransaction.h>
+#include <QSMediaLibraryData/tracks/PLXCuePoint.h>
+#include <QSMediaLibraryData/tracks/PLXLoopRegion.h>
 #include <QSMediaLibraryData/tracks/PLXMediaItem.h>
 
 #include "musicalKeys.h"
@@ -41,6 +43,23 @@ void setUnlessEmpty(Dictionary& values, const char* key, Value::Array names) {
     if (!names.empty()) values.set(key, std::move(names));
 }
 
+/// Records and value objects as dictionaries, also within lists.
+Value withoutObjects(const Value& value) {
+    if (value.isCollection() && !value.elements().empty() && value.elements().front().object()) {
+        Value::Array elements;
+        for (const Value& element : value.elements()) elements.push_back(withoutObjects(element));
+        return elements;
+    }
+    const Object* const object = value.object().get();
+    if (const auto* record = dynamic_cast<const PLXDatabaseObject*>(object))
+        return valuesOf(*record);
+    if (const auto* cue = dynamic_cast<const PLXCuePoint*>(object))
+        return cue->JSONObjectRepresentation();
+    if (const auto* loop = dynamic_cast<const PLXLoopRegion*>(object))
+        return loop->JSONObjectRepresentation();
+    return value;
+}
+
 }  // namespace
 
 TitleTexts textsOf(const std::shared_ptr<const PLXMediaItemTitleID>& titleID) {
@@ -52,11 +71,8 @@ TitleTexts textsOf(const std::shared_ptr<const PLXMediaItemTitleID>& titleID) {
 Dictionary valuesOf(const PLXDatabaseObject& record) {
     Dictionary values;
     values.set("uuid", record.uuid());
-    for (const Property& property : record.recordClass().ownProperties()) {
-        const Value value = property.value(record);
-        const auto* inner = dynamic_cast<const PLXDatabaseObject*>(value.object().get());
-        values.set(property.name, inner ? Value(valuesOf(*inner)) : value);
-    }
+    for (const Property& property : record.recordClass().ownProperties())
+        values.set(property.name, withoutObjects(property.value(record)));
     return values;
 }
 

@@ -27,7 +27,7 @@ struct TitleTexts {
 TitleTexts textsOf(const std::shared_ptr<const PLXMediaItemTitleID>& titleID);
 
 /// The UUID and the properties that the record's class declares under their names; a record that it
-/// holds by value as a dictionary of its own.
+/// holds by value, a cue point and a loop as dictionaries of their own.
 Dictionary valuesOf(const PLXDatabaseObject& record);
 
 /// Every property of the track under its name, the title ID as a dictionary of its own, and the

@@ -3,15 +3,13 @@
 #include <QSMediaLibraryData/foundation/text.h>
 #include <QSMediaLibraryData/store/YapDatabaseTransaction.h>
 #include <QSMediaLibraryData/tracks/PLXMediaItem.h>
-#include <fmt/format.h>
 
 #include <algorithm>
+#include <unordered_map>
 
-#include "Table.h"
+#include "TrackList.h"
 #include "findTrack.h"
 #include "libraryTransactions.h"
-#include "output.h"
-#include "recordValues.h"
 
 namespace qsml::app {
 
@@ -114,36 +112,15 @@ std::vector<SortKey> sortedPage(const TracksOptions& options,
     return keys;
 }
 
-std::vector<Table::Column> columns() {
-    return {{"Title", 40},     {"Artist", 30},   {"Album", 40},
-            {"Time", 8, true}, {"BPM", 7, true}, {"ID", 8}};
-}
-
-Table::Row rowOf(const PLXMediaItem& track, const YapDatabaseReadTransaction& transaction) {
-    const TrackNames names = namesOf(track, transaction);
-    constexpr std::size_t shortIDLength = 8;
-    return {track.title().str(),
-            names.artists.str(),
-            names.album.str(),
-            playingTime(static_cast<double>(track.duration())),
-            track.bpm() == 0 ? "" : fmt::format("{}", track.bpm()),
-            std::string(track.uuid().view().substr(0, shortIDLength))};
-}
-
 }  // namespace
 
 int runTracks(const CommonOptions& common, const TracksOptions& options) {
     readLibrary(common, [&](YapDatabaseReadTransaction& transaction) {
-        std::optional<Table> table;
-        if (!common.asJSON) table.emplace(columns());
+        TrackList list(common.asJSON);
         for (const SortKey& key : sortedPage(options, transaction)) {
             const auto track =
                 transaction.object<PLXMediaItem>(key.uuid, PLXDatabaseCollectionMediaItems);
-            if (!track) continue;
-            if (table)
-                table->add(rowOf(*track, transaction));
-            else
-                putJSON(valuesOf(*track, transaction));
+            if (track) list.add(*track, transaction);
         }
     });
     return 0;

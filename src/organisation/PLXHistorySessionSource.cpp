@@ -6,6 +6,7 @@
 #include "organisation/PLXHistorySession.h"
 #include "store/YapDatabaseConnection.h"
 #include "store/YapDatabaseTransaction.h"
+#include "tracks/detail/backgroundTransactions.h"
 
 namespace qsml {
 namespace {
@@ -29,20 +30,6 @@ Ending endSession(const String& uuid, YapDatabaseReadWriteTransaction& transacti
                : Ending::failed;
 }
 
-/// The block answers whether all of it could be done; what it wrote stays only then.
-template <class Block>
-bool readWrite(PLXDatabaseManager& manager, Block&& block) {
-    const auto& connection = manager.bgDatabaseConnection();
-    if (!connection) return false;
-    bool isDone = false;
-    const bool isCommitted =
-        connection->readWrite([&](YapDatabaseReadWriteTransaction& transaction) {
-            isDone = block(transaction);
-            if (!isDone) transaction.rollback();
-        });
-    return isDone && isCommitted;
-}
-
 }  // namespace
 
 PLXHistorySessionSource& PLXHistorySessionSource::sharedInstance() {
@@ -52,10 +39,9 @@ PLXHistorySessionSource& PLXHistorySessionSource::sharedInstance() {
 }
 
 std::shared_ptr<const PLXHistorySession> PLXHistorySessionSource::currentHistorySession() const {
-    const auto& connection = manager_.bgDatabaseConnection();
-    if (!connection || !currentHistorySessionUUID_) return nullptr;
+    if (!currentHistorySessionUUID_) return nullptr;
     std::shared_ptr<const PLXHistorySession> session;
-    connection->read([&](YapDatabaseReadTransaction& transaction) {
+    detail::read(manager_, [&](YapDatabaseReadTransaction& transaction) {
         session = storedSession(currentHistorySessionUUID_, transaction);
     });
     return session;
@@ -64,16 +50,17 @@ std::shared_ptr<const PLXHistorySession> PLXHistorySessionSource::currentHistory
 String PLXHistorySessionSource::deviceName() const { return Host::localizedName(); }
 
 bool PLXHistorySessionSource::createHistorySession() {
-    const auto session = PLXHistorySession::init();
-    session->setDeviceName(deviceName());
-    session->setDeviceType(deviceType());
+    std::shared_ptr<PLXHistorySession> session;
     const auto endAndCreate = [&](YapDatabaseReadWriteTransaction& transaction) {
+        session = PLXHistorySession::init();
+        session->setDeviceName(deviceName());
+        session->setDeviceType(deviceType());
         if (endSession(currentHistorySessionUUID_, transaction) == Ending::failed) return false;
         session->setStartDate(Clock::shared().now());
         return transaction.setObject(session, session->uuid(),
                                      PLXDatabaseCollectionHistorySessions);
     };
-    if (!readWrite(manager_, endAndCreate)) return false;
+    if (!detail::readWrite(manager_, endAndCreate)) return false;
     currentHistorySessionUUID_ = session->uuid();
     return true;
 }
@@ -85,7 +72,7 @@ bool PLXHistorySessionSource::endCurrentSession() {
         ending = endSession(currentHistorySessionUUID_, transaction);
         return ending != Ending::failed;
     };
-    if (!readWrite(manager_, end)) return false;
+    if (!detail::readWrite(manager_, end)) return false;
     if (ending == Ending::ended) currentHistorySessionUUID_ = nullptr;
     return true;
 }

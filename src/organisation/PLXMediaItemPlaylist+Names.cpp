@@ -5,6 +5,7 @@
 #include "store/YapDatabaseConnection.h"
 #include "store/YapDatabaseTransaction.h"
 #include "store/indexes/YapDatabaseSecondaryIndexTransaction.h"
+#include "tracks/detail/backgroundTransactions.h"
 
 namespace qsml {
 namespace {
@@ -51,10 +52,9 @@ String PLXMediaItemPlaylist::nextAvailablePlaylistNameWithPrefix(
 String PLXMediaItemPlaylist::nextAvailablePlaylistNameWithPrefix(std::string_view prefix,
                                                                  PLXDatabaseManager& manager) {
     String name;
-    if (const auto& connection = manager.bgDatabaseConnection())
-        connection->read([&](YapDatabaseReadTransaction& transaction) {
-            name = nextAvailablePlaylistNameWithPrefix(prefix, transaction);
-        });
+    detail::read(manager, [&](YapDatabaseReadTransaction& transaction) {
+        name = nextAvailablePlaylistNameWithPrefix(prefix, transaction);
+    });
     return name;
 }
 

@@ -4,6 +4,7 @@
 #include "organisation/PLXMediaItemPlaylist.h"
 #include "store/YapDatabaseConnection.h"
 #include "store/YapDatabaseTransaction.h"
+#include "tracks/detail/backgroundTransactions.h"
 
 // Walks step by step over what they have met, so that neither depth nor loops matter.
 
@@ -36,9 +37,8 @@ bool PLXMediaItemPlaylist::isDecendantOf(std::string_view playlistUUID,
 bool PLXMediaItemPlaylist::isDecendantOf(std::string_view playlistUUID,
                                          PLXDatabaseManager& manager) const {
     bool isBelow = parentUUID() == playlistUUID;
-    const auto& connection = manager.bgDatabaseConnection();
-    if (isBelow || !parentUUID() || !connection) return isBelow;
-    connection->read([&](YapDatabaseReadTransaction& transaction) {
+    if (isBelow || !parentUUID()) return isBelow;
+    detail::read(manager, [&](YapDatabaseReadTransaction& transaction) {
         isBelow = isDecendantOf(playlistUUID, transaction);
     });
     return isBelow;
@@ -69,9 +69,9 @@ Playlists PLXMediaItemPlaylist::allDecendants(const YapDatabaseReadTransaction& 
 
 Playlists PLXMediaItemPlaylist::allDecendants(PLXDatabaseManager& manager) const {
     Playlists found;
-    if (const auto& connection = manager.bgDatabaseConnection())
-        connection->read(
-            [&](YapDatabaseReadTransaction& transaction) { found = allDecendants(transaction); });
+    detail::read(manager, [&](YapDatabaseReadTransaction& transaction) {
+        found = allDecendants(transaction);
+    });
     return found;
 }
 

@@ -5,6 +5,7 @@
 #include "database/PLXDatabaseManager.h"
 #include "store/YapDatabaseConnection.h"
 #include "store/YapDatabaseTransaction.h"
+#include "tracks/detail/backgroundTransactions.h"
 
 namespace qsml {
 namespace {
@@ -53,16 +54,15 @@ QSML_DEFINE_RECORD(PLXMediaItemPlaylist)
 
 std::shared_ptr<const PLXMediaItemPlaylist> PLXMediaItemPlaylist::rootPlaylist(
     PLXDatabaseManager& manager) {
-    const auto& connection = manager.bgDatabaseConnection();
-    if (!connection) return nullptr;
     std::shared_ptr<const PLXMediaItemPlaylist> root;
-    const bool isRead = connection->read(
-        [&](YapDatabaseReadTransaction& transaction) { root = storedRoot(transaction); });
+    const bool isRead = detail::read(
+        manager, [&](YapDatabaseReadTransaction& transaction) { root = storedRoot(transaction); });
     if (root || !isRead) return root;
-    const bool isStored = connection->readWrite([&](YapDatabaseReadWriteTransaction& transaction) {
-        root = storedOrNewRoot(transaction);
-        if (!root) transaction.rollback();
-    });
+    const bool isStored =
+        detail::readWrite(manager, [&](YapDatabaseReadWriteTransaction& transaction) {
+            root = storedOrNewRoot(transaction);
+            return root != nullptr;
+        });
     return isStored ? root : nullptr;
 }
 

@@ -3,6 +3,7 @@
 #include "database/PLXDatabaseManager.h"
 #include "store/YapDatabaseConnection.h"
 #include "store/YapDatabaseTransaction.h"
+#include "tracks/detail/backgroundTransactions.h"
 
 namespace qsml {
 namespace {
@@ -28,16 +29,16 @@ std::shared_ptr<const PLXQueue> storedOrNewQueue(YapDatabaseReadWriteTransaction
 QSML_DEFINE_RECORD(PLXQueue)
 
 std::shared_ptr<const PLXQueue> PLXQueue::defaultQueue(PLXDatabaseManager& manager) {
-    const auto& connection = manager.bgDatabaseConnection();
-    if (!connection) return nullptr;
     std::shared_ptr<const PLXQueue> queue;
-    const bool isRead = connection->read(
-        [&](YapDatabaseReadTransaction& transaction) { queue = storedDefaultQueue(transaction); });
-    if (queue || !isRead) return queue;
-    const bool isStored = connection->readWrite([&](YapDatabaseReadWriteTransaction& transaction) {
-        queue = storedOrNewQueue(transaction);
-        if (!queue) transaction.rollback();
+    const bool isRead = detail::read(manager, [&](YapDatabaseReadTransaction& transaction) {
+        queue = storedDefaultQueue(transaction);
     });
+    if (queue || !isRead) return queue;
+    const bool isStored =
+        detail::readWrite(manager, [&](YapDatabaseReadWriteTransaction& transaction) {
+            queue = storedOrNewQueue(transaction);
+            return queue != nullptr;
+        });
     return isStored ? queue : nullptr;
 }
 

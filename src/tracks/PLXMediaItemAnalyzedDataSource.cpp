@@ -64,6 +64,8 @@ PLXMediaItemAnalyzedDataSource::mediaItemAnalyzedDataForTitleID(const TitleID& t
     const auto findOrMake = [&](YapDatabaseReadWriteTransaction& transaction) {
         data = stored(titleID, transaction);
         if (data) return true;
+        // What is there and does not decode is not replaced.
+        if (transaction.hasObjectForKey(titleID->internalID(), collection)) return false;
         data = PLXMediaItemAnalyzedData::initWithTitleID(titleID);
         return transaction.setObject(data, data->uuid(), collection) &&
                PLXMediaItemTitleIDSource::setTitleID(titleID, transaction);

@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "organisation/detail/testing/FaultyLibrary.h"
+#include "testing/UndecodableObject.h"
 #include "tracks/PLXMediaItem.h"
 #include "tracks/PLXMediaItemAnalyzedData.h"
 #include "tracks/PLXMediaItemUserData.h"
@@ -46,6 +47,16 @@ TEST_F(GivenAnAnalyzedDataSource, WhenOneIsStoredThenItIsFoundAndNoneIsCreated) 
     EXPECT_EQ(source_.mediaItemAnalyzedDataForTitleID(titleID_, true)->bpm(), 120);
     EXPECT_EQ(rows(), 1U) << "no title ID either";
     EXPECT_EQ(commits(), before);
+}
+
+TEST_F(GivenAnAnalyzedDataSource, WhenWhatIsStoredDoesNotDecodeThenItIsNotReplaced) {
+    readWrite([&](Writer& transaction) {
+        transaction.setObject(std::make_shared<UndecodableObject>(), titleID_->internalID(),
+                              collection);
+    });
+    EXPECT_EQ(source_.mediaItemAnalyzedDataForTitleID(titleID_, true), nullptr);
+    EXPECT_EQ(rows(), 1U);
+    EXPECT_EQ(stored<Data>(titleID_->internalID(), collection), nullptr);
 }
 
 TEST_F(GivenAnAnalyzedDataSource, WhenDataIsStoredThenItsMediaItemIsTouchedAndNotWritten) {

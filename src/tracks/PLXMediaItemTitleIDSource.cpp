@@ -5,6 +5,7 @@
 #include "store/YapDatabaseConnection.h"
 #include "store/YapDatabaseTransaction.h"
 #include "tracks/PLXMediaItemTitleID.h"
+#include "tracks/detail/backgroundTransactions.h"
 
 namespace qsml {
 
@@ -40,8 +41,10 @@ std::shared_ptr<const PLXMediaItemTitleID> PLXMediaItemTitleIDSource::titleID(
     const String& uuid) const {
     std::shared_ptr<const PLXMediaItemTitleID> found;
     if (!connection_) return found;
-    connection_->read(
-        [&](YapDatabaseReadTransaction& transaction) { found = titleID(uuid, transaction); });
+    (void)detail::unlessOutOfMemory([&] {
+        return connection_->read(
+            [&](YapDatabaseReadTransaction& transaction) { found = titleID(uuid, transaction); });
+    });
     return found;
 }
 
@@ -55,10 +58,11 @@ bool PLXMediaItemTitleIDSource::setTitleID(
     const std::shared_ptr<const PLXMediaItemTitleID>& titleID) {
     if (!connection_) return false;
     bool stored = false;
-    const bool committed =
-        connection_->readWrite([&](YapDatabaseReadWriteTransaction& transaction) {
+    const bool committed = detail::unlessOutOfMemory([&] {
+        return connection_->readWrite([&](YapDatabaseReadWriteTransaction& transaction) {
             stored = setTitleID(titleID, transaction);
         });
+    });
     return stored && committed;
 }
 

@@ -111,7 +111,9 @@ UserData PLXMediaItemUserDataSource::mediaItemUserDataForTitleID(
     YapDatabaseReadWriteTransaction& transaction) const {
     if (!titleID || !titleID->internalID()) return nullptr;
     auto userData = lookupMediaItemUserDataForTitleID(titleID, transaction);
-    if (!userData && createIfNeeded) {
+    // What is there and does not decode is not replaced: a newer version may be able to read it.
+    const bool isFree = !transaction.hasObjectForKey(titleID->internalID(), collection);
+    if (!userData && createIfNeeded && isFree) {
         userData = PLXMediaItemUserData::initWithTitleID(titleID);
         const bool isStored = transaction.setObject(userData, userData->uuid(), collection) &&
                               PLXMediaItemTitleIDSource::setTitleID(titleID, transaction);

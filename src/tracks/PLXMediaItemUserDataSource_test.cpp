@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "organisation/detail/testing/FaultyLibrary.h"
+#include "testing/UndecodableObject.h"
 #include "tracks/PLXMediaItem.h"
 #include "tracks/PLXMediaItemLocation.h"
 #include "tracks/PLXMediaItemUserData.h"
@@ -143,6 +144,17 @@ TEST_F(GivenAUserDataSource, WhenManyThreadsAskToCreateThenOneRecordIsMade) {
 }
 
 // The ISRC.
+
+TEST_F(GivenAUserDataSource, WhenWhatIsStoredDoesNotDecodeThenItIsNotReplaced) {
+    const auto titleID = titleIDOf("Song");
+    readWrite([&](Writer& transaction) {
+        transaction.setObject(std::make_shared<UndecodableObject>(), titleID->internalID(),
+                              collection);
+    });
+    EXPECT_EQ(source_.mediaItemUserDataForTitleID(titleID, true, nullptr, {}), nullptr);
+    EXPECT_EQ(rows(), 1U);
+    EXPECT_EQ(stored<Record>(titleID->internalID(), collection), nullptr);
+}
 
 class GivenUserDataOfOneISRC : public GivenAUserDataSource {
 protected:

@@ -1,4 +1,6 @@
 #pragma once
+#include <new>
+
 #include "database/PLXDatabaseManager.h"
 #include "store/YapDatabaseConnection.h"
 #include "store/YapDatabaseTransaction.h"
@@ -7,23 +9,40 @@
 
 namespace qsml::detail {
 
-/// Does not run the block where there is no library.
-inline void read(PLXDatabaseManager& manager, const YapDatabaseConnection::ReadBlock& block) {
-    if (const auto& connection = manager.bgDatabaseConnection()) connection->read(block);
+/// What the work answers; where memory runs out nothing, as for any other failure: callers need no
+/// `catch`. A transaction that ended so is rolled back.
+template <class Work>
+auto unlessOutOfMemory(const Work& work) -> decltype(work()) {
+    try {
+        return work();
+    } catch (const std::bad_alloc&) {
+        return decltype(work())();
+    }
+}
+
+/// True when the block ran. It does not where there is no library.
+template <class Block>
+bool read(PLXDatabaseManager& manager, const Block& block) {
+    return unlessOutOfMemory([&] {
+        const auto& connection = manager.bgDatabaseConnection();
+        return connection && connection->read(block);
+    });
 }
 
 /// True when the block answered true and what it wrote is on disk; else nothing of it stays.
-inline bool readWrite(PLXDatabaseManager& manager,
-                      const std::function<bool(YapDatabaseReadWriteTransaction&)>& block) {
-    const auto& connection = manager.bgDatabaseConnection();
-    if (!connection) return false;
-    bool isDone = false;
-    const bool isCommitted =
-        connection->readWrite([&](YapDatabaseReadWriteTransaction& transaction) {
-            isDone = block(transaction);
-            if (!isDone) transaction.rollback();
-        });
-    return isDone && isCommitted;
+template <class Block>
+bool readWrite(PLXDatabaseManager& manager, const Block& block) {
+    return unlessOutOfMemory([&] {
+        const auto& connection = manager.bgDatabaseConnection();
+        if (!connection) return false;
+        bool isDone = false;
+        const bool isCommitted =
+            connection->readWrite([&](YapDatabaseReadWriteTransaction& transaction) {
+                isDone = block(transaction);
+                if (!isDone) transaction.rollback();
+            });
+        return isDone && isCommitted;
+    });
 }
 
 }  // namespace qsml::detail

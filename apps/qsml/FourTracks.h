@@ -1,0 +1,37 @@
+#pragma once
+#include "QsmlProgram.h"
+
+namespace qsml::app {
+
+/// A library of four tracks, named by the first words of their titles.
+class FourTracks : public QsmlProgram {
+protected:
+    void SetUp() override {
+        for (const std::string title : {"First Light", "Second Sun", "Third Rail", "Fourth Wall"})
+            writeFLAC(music(title + ".flac"), 60, {{"TITLE", {title}}, {"ARTIST", {"Ann"}}});
+        ASSERT_EQ(number(import(), "tracksAdded"), 4);
+    }
+    void succeed(const std::vector<std::string>& arguments) const {
+        const ProgramRun run = qsml(arguments);
+        EXPECT_EQ(run.exitStatus, 0) << run.errors;
+    }
+    /// What is said on standard error.
+    std::string refusal(const std::vector<std::string>& arguments) const {
+        const ProgramRun run = qsml(arguments);
+        EXPECT_EQ(run.exitStatus, 1);
+        EXPECT_EQ(run.output, "");
+        return run.errors;
+    }
+    /// The first object that a command writes.
+    rapidjson::Document told(std::vector<std::string> arguments) const {
+        arguments.emplace_back("--json");
+        const ProgramRun run = qsml(arguments);
+        EXPECT_EQ(run.exitStatus, 0) << run.errors;
+        auto lines = objects(run.output);
+        EXPECT_FALSE(lines.empty());
+        if (lines.empty()) return rapidjson::Document(rapidjson::kObjectType);
+        return std::move(lines.front());
+    }
+};
+
+}  // namespace qsml::app
