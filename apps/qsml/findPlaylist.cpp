@@ -53,7 +53,9 @@ Playlists candidates(const std::string& which, IsName isName, const PlaylistTree
 }
 
 Playlists withUUIDsThatStart(const std::string& start, const PlaylistTree& tree) {
+    constexpr std::size_t shortest = 4;  // so that the name of no playlist is taken for one
     Playlists found;
+    if (start.size() < shortest) return found;
     for (const Playlist& playlist : tree.all())
         if (playlist->uuid().view().starts_with(start)) found.push_back(playlist);
     return found;

@@ -18,10 +18,10 @@ void PLXDatabaseManager::yapDatabaseModified(const Notification&) {
         return;
     }
     const YapDatabaseNotifications notifications = uiConnection_->beginLongLivedReadTransaction();
-    post(PLXUIDatabaseConnectionDidUpdateNotification,
-         {{std::string(PLXUIDatabaseConnectionNotificationsKey), notifications},
-          {std::string(PLXUIDatabaseConnectionKey),
-           static_cast<const void*>(uiConnection_.get())}});
+    post(
+        PLXUIDatabaseConnectionDidUpdateNotification,
+        {{std::string(PLXUIDatabaseConnectionNotificationsKey), notifications},
+         {std::string(PLXUIDatabaseConnectionKey), static_cast<const void*>(uiConnection_.get())}});
 
     YapDatabaseConnection::enumerateChangedCollectionKeys(
         notifications, [this](std::string_view collection, std::string_view key, bool&) {

@@ -82,15 +82,19 @@ bool compactFile(const std::string& path, const SqliteSettings& settings, Error*
     const auto content = contentChecksum(database, "compacted", error);
     if (!content || !copyInOrder(database, file.path(), error)) return false;
     SqliteHandle copy = SqliteHandle::open(file.path(), settings, error);
-    if (!copy || !hasContent(copy, *content, "compacted", error) ||
+    if (!copy || contentOf(copy, *content, "compacted", error) != Content::same ||
         !takeOver(database, copy, watch, *version, error))
         return false;
     SqliteHandle taken = SqliteHandle::open(path, settings, error);
-    if (taken && hasContent(taken, *content, "compacted", error)) return true;
+    if (!taken) return false;
+    const Content now = contentOf(taken, *content, "compacted", error);
+    if (now != Content::different) return now == Content::same;
     Error second;  // once more, from the copy that was found good
-    if (taken && takeOver(database, copy, watch, dataVersion(watch).value_or(0), &second) &&
-        hasContent(taken, *content, "compacted", &second))
+    if (takeOver(database, copy, watch, dataVersion(watch).value_or(0), &second) &&
+        contentOf(taken, *content, "compacted", &second) == Content::same) {
+        if (error) *error = {};
         return true;
+    }
     const std::string rescued = path + "-rescued";  // under this name nobody removes it
     if (std::rename(file.path().c_str(), rescued.c_str()) != 0) return false;
     report(error, fileError(SQLITE_IOERR, path, "compacted",

@@ -11,15 +11,8 @@ namespace qsml::detail {
 
 std::optional<std::uint64_t> contentChecksum(SqliteHandle& handle, std::string_view action,
                                              Error* error) {
-    Statement check("PRAGMA integrity_check(1)");
     Statement rows(
         "SELECT rowid, collection, key, data, metadata, checksum FROM row ORDER BY rowid");
-    Query checked(check, handle.get());
-    if (!checked.row() || checked.text(0) != "ok") {
-        report(error,
-               fileError(SQLITE_CORRUPT, handle.path(), action, "it is damaged; run a check"));
-        return std::nullopt;
-    }
     std::uint64_t sum = 0;
     Query row(rows, handle.get());
     while (row.row()) {
@@ -36,14 +29,21 @@ std::optional<std::uint64_t> contentChecksum(SqliteHandle& handle, std::string_v
     return std::nullopt;
 }
 
-bool hasContent(SqliteHandle& handle, std::uint64_t content, std::string_view action,
-                Error* error) {
+Content contentOf(SqliteHandle& handle, std::uint64_t expected, std::string_view action,
+                  Error* error) {
+    Statement check("PRAGMA integrity_check(1)");
+    Query checked(check, handle.get());
+    if (!checked.row()) {
+        report(error, handle.lastError(action));
+        return Content::unreadable;
+    }
+    const bool isSound = checked.text(0) == "ok";
     const auto found = contentChecksum(handle, action, error);
-    if (found == content) return true;
-    if (found)
-        report(error, fileError(SQLITE_IOERR_SHORT_READ, handle.path(), action,
-                                "it could not be read as a whole"));
-    return false;
+    if (!found) return Content::unreadable;
+    if (isSound && *found == expected) return Content::same;
+    report(error, fileError(SQLITE_CORRUPT, handle.path(), action,
+                            "what was written does not read back as it should"));
+    return Content::different;
 }
 
 }  // namespace qsml::detail

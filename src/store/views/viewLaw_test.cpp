@@ -110,7 +110,8 @@ private:
         for (const YapDatabaseViewRowChange& change : changes) {
             const std::string key = change.row.key.str();
             if (change.type == YapDatabaseViewChangeType::update) {
-                EXPECT_EQ(rows_[change.indexPath->section][change.indexPath->row], key);
+                const std::string& row = rows_[change.indexPath->section][change.indexPath->row];
+                EXPECT_EQ(row, key.empty() ? row : key);
                 continue;
             }
             EXPECT_TRUE(!change.indexPath || going.emplace(*change.indexPath, key).second);
