@@ -132,7 +132,7 @@ std::string PlaylistTree::pathOf(const PLXMediaItemPlaylist& playlist) const {
     Playlist above = named(playlist.parentUUID());
     for (std::size_t step = 0; above && above->uuid() != PLXRootMediaItemPlaylistUUID; ++step) {
         if (step == mostSteps) return ".../" + path;
-        path = above->name().str() + "/" + path;
+        path.insert(0, above->name().str() + "/");
         above = named(above->parentUUID());
     }
     return path;

@@ -32,7 +32,7 @@ std::string folderPath(const std::string& path) {
 
 }  // namespace
 
-Relinking::Relinking(std::shared_ptr<YapDatabaseConnection> connection, Folders folders,
+Relinking::Relinking(std::shared_ptr<YapDatabaseConnection> connection, const Folders& folders,
                      bool isDryRun, bool asJSON)
     : connection_(std::move(connection)),
       folders_{folderPath(folders.old), folderPath(folders.current)},

@@ -25,8 +25,8 @@ public:
         std::string old, current;
     };
     /// Throws CommandFailure when the new folder is none.
-    Relinking(std::shared_ptr<YapDatabaseConnection> connection, Folders folders, bool isDryRun,
-              bool asJSON);
+    Relinking(std::shared_ptr<YapDatabaseConnection> connection, const Folders& folders,
+              bool isDryRun, bool asJSON);
     /// Throws CommandFailure when the library cannot be read or changed.
     void run();
 

@@ -80,7 +80,7 @@ Playlist findPlaylist(const std::string& which, const PlaylistTree& tree) {
         throw CommandFailure(
             "/ is the top of all playlists and is none itself; \"qsml playlist "
             "tree\" lists them");
-    if (const Playlist playlist = tree.named(which)) return playlist;
+    if (Playlist playlist = tree.named(which)) return playlist;
     Playlists found = candidates(which, isSame, tree);
     if (found.empty()) found = candidates(which, isSameInAnyCase, tree);
     if (found.empty()) found = withUUIDsThatStart(which, tree);
@@ -94,7 +94,7 @@ Playlist findPlaylist(const std::string& which, const PlaylistTree& tree) {
 Playlist findParent(const std::string& which, const PlaylistTree& tree) {
     if (!which.empty() && which != "/" && which != PLXRootMediaItemPlaylistUUID)
         return findPlaylist(which, tree);
-    if (const Playlist root = tree.root()) return root;
+    if (Playlist root = tree.root()) return root;
     throw CommandFailure("the top of the playlists cannot be read; \"qsml check\" tells more");
 }
 

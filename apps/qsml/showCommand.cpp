@@ -76,7 +76,7 @@ void addUserData(const PLXMediaItem& track, YapDatabaseReadTransaction& transact
     if (!tags.empty()) userData.set("tags", std::move(tags));
     if (data->manualKeySignatureIndex() != 0)
         userData.set("manualKey", musicalKeyName(data->manualKeySignatureIndex()));
-    values.set("userData", std::move(userData));
+    values.set("userData", userData);
 }
 
 void addAnalyzedData(const PLXMediaItem& track, const YapDatabaseReadTransaction& transaction,

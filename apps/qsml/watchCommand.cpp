@@ -176,7 +176,7 @@ private:
     std::shared_ptr<YapDatabaseViewMappings> mapped(YapDatabaseViewTransaction& view,
                                                     YapDatabaseReadTransaction& transaction) const {
         const std::vector<String> named(options_.groups.begin(), options_.groups.end());
-        const auto mappings = YapDatabaseViewMappings::initWithGroups(
+        auto mappings = YapDatabaseViewMappings::initWithGroups(
             named.empty() ? view.allGroups() : named, options_.view);
         mappings->setIsDynamicSectionForAllGroups(true);
         mappings->updateWithTransaction(transaction);
