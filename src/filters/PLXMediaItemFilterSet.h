@@ -5,14 +5,15 @@
 namespace qsml {
 
 /// Rules under one name, as a record of its own or inside a playlist. How the enabled ones combine
-/// is for those who evaluate them. Confined to one thread at a time until written; shared by any
-/// once frozen.
+/// is for those who evaluate them, who say so to predicateForFilterSet(). Confined to one thread at
+/// a time until written; shared by any once frozen.
 class QSML_EXPORT PLXMediaItemFilterSet final : public PLXCloudDatabaseObject {
     QSML_RECORD(PLXMediaItemFilterSet, PLXCloudDatabaseObject)
 
     QSML_PROPERTY(String, name, setName)
     /// In the order that the user gave them. Copies of their own: to change a rule, copy it, change
-    /// the copy and set the array that holds it.
+    /// the copy and set the array that holds it. Elements of an archive that are no rules known
+    /// here are left out, and are lost when the set is stored again, also by the library itself.
     QSML_PROPERTY(CopiedArray<PLXMediaItemFilter>, filters, setFilters)
     QSML_RECORD_END()
 

@@ -34,3 +34,13 @@ private:
 };
 
 }  // namespace qsml
+
+template <>
+struct std::hash<qsml::URL> {
+    std::size_t operator()(const qsml::URL& url) const noexcept {
+        std::size_t mixed = 0;
+        for (const auto* part = &url; part; part = part->baseURL())
+            mixed = mixed * 31 + std::hash<qsml::String>()(part->relativeString());
+        return mixed;
+    }
+};

@@ -3,10 +3,13 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <system_error>
+
+#include "foundation/BookmarkPlatform.h"
 
 namespace qsml {
 
@@ -126,10 +129,26 @@ std::optional<std::string> relativePath(const std::string& path, const std::stri
     return file.lexically_relative(folder).string();
 }
 
+std::atomic<BookmarkPlatform*> replacement{nullptr};
+
 }  // namespace
 
-std::optional<Data> bookmarkDataForURL(const URL& fileURL, unsigned, const URL* relativeTo,
-                                       Error* error) {
+BookmarkPlatform::~BookmarkPlatform() = default;
+
+BookmarkPlatform& BookmarkPlatform::native() {
+    static auto& platform = *new BookmarkPlatform;  // never destroyed: threads may still ask
+    return platform;
+}
+
+BookmarkPlatform& BookmarkPlatform::current() {
+    auto* const replaced = replacement.load();
+    return replaced ? *replaced : native();
+}
+
+void BookmarkPlatform::setCurrent(BookmarkPlatform& platform) { replacement = &platform; }
+
+std::optional<Data> BookmarkPlatform::bookmarkData(const URL& fileURL, unsigned,
+                                                   const URL* relativeTo, Error* error) {
     if (!fileURL.isFileURL()) {
         fail(error, invalidURL,
              "A bookmark needs a file URL, not " + fileURL.absoluteString().str());
@@ -150,8 +169,8 @@ std::optional<Data> bookmarkDataForURL(const URL& fileURL, unsigned, const URL* 
     return Data(written(bookmark));
 }
 
-std::optional<URL> URLByResolvingBookmarkData(const Data& data, unsigned, const URL* relativeTo,
-                                              Error* error) {
+std::optional<URL> BookmarkPlatform::resolve(const Data& data, unsigned, const URL* relativeTo,
+                                             Error* error) {
     const auto bookmark = readBookmark(data);
     if (!bookmark) {
         fail(error, damaged,
@@ -172,13 +191,31 @@ std::optional<URL> URLByResolvingBookmarkData(const Data& data, unsigned, const 
     return std::nullopt;
 }
 
+bool BookmarkPlatform::startAccess(const URL&) { return true; }
+
+void BookmarkPlatform::stopAccess(const URL&) {}
+
+std::optional<Data> bookmarkDataForURL(const URL& fileURL, unsigned options, const URL* relativeTo,
+                                       Error* error) {
+    return BookmarkPlatform::current().bookmarkData(fileURL, options, relativeTo, error);
+}
+
+std::optional<URL> URLByResolvingBookmarkData(const Data& bookmark, unsigned options,
+                                              const URL* relativeTo, Error* error) {
+    return BookmarkPlatform::current().resolve(bookmark, options, relativeTo, error);
+}
+
 std::optional<std::string> pathStoredInBookmarkData(const Data& data) {
     auto bookmark = readBookmark(data);
     return bookmark ? std::optional(std::move(bookmark->path)) : std::nullopt;
 }
 
-bool startAccessingSecurityScopedResource(const URL&) { return true; }
+bool startAccessingSecurityScopedResource(const URL& url) {
+    return BookmarkPlatform::current().startAccess(url);
+}
 
-void stopAccessingSecurityScopedResource(const URL&) {}
+void stopAccessingSecurityScopedResource(const URL& url) {
+    BookmarkPlatform::current().stopAccess(url);
+}
 
 }  // namespace qsml

@@ -116,6 +116,17 @@ TEST(GivenURLs, WhenComparedThenTextAndBaseDecideAndNothingIsNormalised) {
     EXPECT_NE(URL::withString("http://A/"), URL::withString("http://a/"));
 }
 
+TEST(GivenURLs, WhenHashedThenEqualOnesAgreeAndTheBaseCounts) {
+    const std::hash<URL> hash;
+    const URL base = URL::withString("http://host/").value();
+    const URL other = URL::withString("http://other/").value();
+    const auto file = [](const URL* relativeTo) { return *URL::withString("file", relativeTo); };
+    EXPECT_EQ(hash(file(&base)), hash(file(&base)));
+    EXPECT_NE(hash(file(&base)), hash(file(&other)));
+    EXPECT_NE(hash(file(&base)), hash(file(nullptr)));
+    EXPECT_NE(hash(base), hash(other));
+}
+
 TEST(GivenAPath, WhenMadeAFileURLThenOnlyWhatMustBeIsEscaped) {
     const URL url = URL::fileURLWithPath("/Music/Night & Day/100% #1?.mp3");
     EXPECT_EQ(url.absoluteString(), "file:///Music/Night%20&%20Day/100%25%20%231%3F.mp3");

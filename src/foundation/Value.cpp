@@ -21,11 +21,6 @@ std::size_t hashOfBytes(std::span<const std::uint8_t> bytes) {
     return std::hash<std::string_view>()({text, bytes.size()});
 }
 
-std::size_t hashOfURL(const URL& url) {
-    const std::size_t own = std::hash<String>()(url.relativeString());
-    return url.baseURL() ? mixed(own, hashOfURL(*url.baseURL())) : own;
-}
-
 std::size_t hashInOrder(std::size_t seed, const Value::Array& elements) {
     for (const auto& element : elements) seed = mixed(seed, element.hash());
     return seed;
@@ -190,7 +185,7 @@ std::size_t Value::hash() const {
         case Kind::data:
             return hashOfBytes(std::get<Data>(held_).bytes());
         case Kind::url:
-            return hashOfURL(std::get<URL>(held_));
+            return std::hash<URL>()(std::get<URL>(held_));
         case Kind::uuid:
             return hashOfBytes(std::get<UUID>(held_).bytes);
         case Kind::array:

@@ -9,6 +9,7 @@
 #include <atomic>
 #include <limits>
 #include <mutex>
+#include <optional>
 #include <stdexcept>
 #include <vector>
 
@@ -46,44 +47,46 @@ std::string systemLocale() {
 }
 
 /// One for each thread: opening a collator costs far more than a comparison.
-class ThreadCollator {
-public:
-    ~ThreadCollator() { ucol_close(collator_); }
-
-    /// Null when ICU has no collation data.
-    const UCollator* current() {
-        const unsigned latest = sharedLocale().generation.load(std::memory_order_acquire);
-        if (generation_ != latest) {
-            ucol_close(collator_);
-            UErrorCode status = U_ZERO_ERROR;
-            collator_ = ucol_open(currentLocale().c_str(), &status);
-            if (U_SUCCESS(status)) ucol_setStrength(collator_, UCOL_SECONDARY);
-            generation_ = latest;
-        }
-        return collator_;
+const Collation& threadCollation() {
+    thread_local std::optional<Collation> collation;
+    thread_local unsigned generation = 0;
+    const unsigned latest = sharedLocale().generation.load(std::memory_order_acquire);
+    if (generation != latest) {
+        collation.emplace();
+        generation = latest;
     }
-
-private:
-    UCollator* collator_ = nullptr;
-    unsigned generation_ = 0;
-};
-
-const UCollator* threadCollator() {
-    thread_local ThreadCollator collator;
-    return collator.current();
+    return *collation;
 }
 
 }  // namespace
 
-int localizedCaseInsensitiveCompare(std::string_view a, std::string_view b) {
-    if (const UCollator* current = threadCollator()) {
+Collation::Collation() {
+    const std::string locale = currentLocale();
+    UErrorCode status = U_ZERO_ERROR;
+    UCollator* const opened = ucol_open(locale.c_str(), &status);
+    if (!opened) return;
+    collator_.reset(opened, ucol_close);
+    ucol_setStrength(opened, UCOL_SECONDARY);
+    UVersionInfo version;
+    ucol_getVersion(opened, version);
+    char text[U_MAX_VERSION_STRING_LENGTH];
+    u_versionToString(version, text);
+    identity_ = locale + " " + text;
+}
+
+int Collation::compare(std::string_view a, std::string_view b) const {
+    if (collator_) {
         UErrorCode status = U_ZERO_ERROR;
-        const int order = ucol_strcollUTF8(current, a.data() ? a.data() : "", icuSize(a),
+        const int order = ucol_strcollUTF8(collator_.get(), a.data() ? a.data() : "", icuSize(a),
                                            b.data() ? b.data() : "", icuSize(b), &status);
         if (U_SUCCESS(status)) return order;
     }
     const int order = a.compare(b);
     return order < 0 ? -1 : order > 0 ? 1 : 0;
+}
+
+int localizedCaseInsensitiveCompare(std::string_view a, std::string_view b) {
+    return threadCollation().compare(a, b);
 }
 
 void setCurrentLocale(std::string_view identifier) {
@@ -99,9 +102,8 @@ std::string currentLocale() {
     return locale.identifier.empty() ? systemLocale() : locale.identifier;
 }
 
-std::string localizedCaseInsensitiveSortKey(std::string_view text) {
-    const UCollator* collator = threadCollator();
-    if (!collator) return std::string(text);
+std::string Collation::sortKey(std::string_view text) const {
+    if (!collator_) return std::string(text);
     std::vector<UChar> characters(text.size() + 1);  // UTF-16 is never longer
     std::int32_t length = 0;
     UErrorCode status = U_ZERO_ERROR;
@@ -111,7 +113,7 @@ std::string localizedCaseInsensitiveSortKey(std::string_view text) {
     if (U_FAILURE(status)) return std::string(text);
     std::string key(text.size() * 3 + 16, '\0');
     for (;;) {
-        const std::int32_t size = ucol_getSortKey(collator, characters.data(), length,
+        const std::int32_t size = ucol_getSortKey(collator_.get(), characters.data(), length,
                                                   reinterpret_cast<std::uint8_t*>(key.data()),
                                                   static_cast<std::int32_t>(key.size()));
         const bool fits = static_cast<std::size_t>(size) <= key.size();
@@ -122,14 +124,10 @@ std::string localizedCaseInsensitiveSortKey(std::string_view text) {
     }
 }
 
-std::string collationIdentity() {
-    const UCollator* collator = threadCollator();
-    if (!collator) return "none";
-    UVersionInfo version;
-    ucol_getVersion(collator, version);
-    char text[U_MAX_VERSION_STRING_LENGTH];
-    u_versionToString(version, text);
-    return currentLocale() + " " + text;
+std::string localizedCaseInsensitiveSortKey(std::string_view text) {
+    return threadCollation().sortKey(text);
 }
+
+std::string collationIdentity() { return threadCollation().identity(); }
 
 }  // namespace qsml

@@ -58,5 +58,17 @@ TEST(SortKeys, WhenTheLocaleDiffersThenSoDoesTheIdentity) {
     setCurrentLocale("");
 }
 
+TEST(SortKeys, WhenTheLocaleChangesThenACollationKeepsItsOwn) {
+    setCurrentLocale("sv_SE");
+    const Collation swedish;
+    const std::string key = swedish.sortKey("\u00f6");
+    setCurrentLocale("en_US");
+    EXPECT_EQ(swedish.sortKey("\u00f6"), key);
+    EXPECT_EQ(swedish.compare("\u00f6", "z"), 1);
+    EXPECT_EQ(Collation().compare("\u00f6", "z"), -1);
+    EXPECT_EQ(swedish.identity().substr(0, 6), "sv_SE ");
+    setCurrentLocale("");
+}
+
 }  // namespace
 }  // namespace qsml

@@ -19,7 +19,8 @@ QSML_EXPORT String chuzzle(const String& text);
 QSML_EXPORT int localizedCaseInsensitiveCompare(std::string_view a, std::string_view b);
 
 /// Sets the process's locale for comparisons, as "en_US"; an empty text means the system's.
-/// Comparisons already running keep the old one.
+/// Comparisons already running keep the old one, and so do the lists of a library that is set up:
+/// they are sorted anew when it is opened again.
 QSML_EXPORT void setCurrentLocale(std::string_view identifier);
 QSML_EXPORT std::string currentLocale();
 

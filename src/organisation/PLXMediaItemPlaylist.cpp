@@ -6,6 +6,7 @@
 #include "store/YapDatabaseConnection.h"
 #include "store/YapDatabaseTransaction.h"
 #include "tracks/detail/backgroundTransactions.h"
+#include "tracks/detail/storedRecord.h"
 
 namespace qsml {
 namespace {
@@ -23,9 +24,8 @@ std::shared_ptr<const PLXMediaItemPlaylist> storedRoot(
 std::shared_ptr<const PLXMediaItemPlaylist> storedOrNewRoot(
     YapDatabaseReadWriteTransaction& transaction) {
     auto stored = storedRoot(transaction);
-    if (stored || transaction.error() ||
-        transaction.hasObjectForKey(PLXRootMediaItemPlaylistUUID,
-                                    PLXDatabaseCollectionMediaItemPlaylists))
+    if (stored || !detail::isVacant(PLXRootMediaItemPlaylistUUID,
+                                    PLXDatabaseCollectionMediaItemPlaylists, transaction))
         return stored;
     const auto root = PLXMediaItemPlaylist::initWithUUID(PLXRootMediaItemPlaylistUUID);
     root->setType(PLXMediaItemPlaylist::typeRoot);
@@ -93,7 +93,7 @@ std::shared_ptr<Object> PLXMediaItemPlaylist::yapDatabaseRelationshipEdgeDeleted
     }
     if (edge.name == PLXMediaItemPlaylistChildRelationshipEdgeName) {
         auto changed = copy();
-        changed->setChildUUIDs(without(childUUIDs(), edge.destinationKey));
+        changed->setChildUUIDs(childUUIDs_.without(edge.destinationKey));
         return changed;
     }
     return nullptr;

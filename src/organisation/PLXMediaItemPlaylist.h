@@ -40,7 +40,8 @@ class QSML_EXPORT PLXMediaItemPlaylist final : public PLXCloudDatabaseObject,
     static std::shared_ptr<const PLXMediaItemPlaylist> rootPlaylist();
 
     /// The first name "PREFIX 1", "PREFIX 2" ... that no stored playlist has; letter case counts.
-    /// Nothing is reserved: store the playlist in the same transaction to be sure of the name.
+    /// Nothing is reserved: store the playlist in the same transaction to be sure of the name. All
+    /// names are asked of one snapshot, so that one that is freed meanwhile is not passed over.
     /// Asks the index of playlist names; where that is not registered, every playlist. Nil when the
     /// library is not set up or could not be read.
     static String nextAvailablePlaylistNameWithPrefix(std::string_view prefix,

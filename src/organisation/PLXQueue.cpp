@@ -4,6 +4,7 @@
 #include "store/YapDatabaseConnection.h"
 #include "store/YapDatabaseTransaction.h"
 #include "tracks/detail/backgroundTransactions.h"
+#include "tracks/detail/storedRecord.h"
 
 namespace qsml {
 namespace {
@@ -16,8 +17,7 @@ std::shared_ptr<const PLXQueue> storedDefaultQueue(YapDatabaseReadTransaction& t
 /// filled it meanwhile. A row that is there and cannot be read is left as it is.
 std::shared_ptr<const PLXQueue> storedOrNewQueue(YapDatabaseReadWriteTransaction& transaction) {
     auto queue = storedDefaultQueue(transaction);
-    if (queue || transaction.error() ||
-        transaction.hasObjectForKey(PLXDefaultQueueUUID, PLXDatabaseCollectionQueues))
+    if (queue || !detail::isVacant(PLXDefaultQueueUUID, PLXDatabaseCollectionQueues, transaction))
         return queue;
     queue = PLXQueue::initWithUUID(PLXDefaultQueueUUID);
     return transaction.setObject(queue, queue->uuid(), PLXDatabaseCollectionQueues) ? queue

@@ -18,21 +18,35 @@ bool holdsPlaylist(const Value& value) {
            });
 }
 
-Value withoutPlaylists(const Value& value) {
-    if (!value.isCollection()) return holdsPlaylist(value) ? Value() : value;
-    Value::Array kept;
-    for (const Value& element : value.elements())
-        if (!holdsPlaylist(element)) kept.push_back(element);
-    if (kept.size() == value.elements().size()) return value;
-    if (value.kind() == Value::Kind::set) return Value(ValueSet(std::move(kept)));
-    if (value.kind() == Value::Kind::orderedSet) return Value(OrderedSet<Value>(std::move(kept)));
+/// A collection of the same kind.
+template <class Condition>
+Value withoutElements(const Value& collection, const Condition& isStruck) {
+    Value::Array kept = collection.elements();
+    if (std::erase_if(kept, isStruck) == 0) return collection;
+    if (collection.kind() == Value::Kind::set) return Value(ValueSet(std::move(kept)));
+    if (collection.kind() == Value::Kind::orderedSet)
+        return Value(OrderedSet<Value>(std::move(kept)));
     return Value(std::move(kept));
+}
+
+Value withoutPlaylists(const Value& value) {
+    if (value.isCollection()) return withoutElements(value, holdsPlaylist);
+    return holdsPlaylist(value) ? Value() : value;
 }
 
 }  // namespace
 
 UncheckedUUIDs UncheckedUUIDs::decoded(KeyedUnarchiver& coder, std::string_view key) {
-    Value found = withoutPlaylists(coder.decodeValue(key));
+    return readFrom(withoutPlaylists(coder.decodeValue(key)));
+}
+
+UncheckedUUIDs UncheckedUUIDs::without(const String& uuid) const {
+    const Value all = found_.isNil() ? Value(uuids_) : found_;
+    if (!all.isCollection()) return *this;
+    return readFrom(withoutElements(all, [&](const Value& one) { return one == Value(uuid); }));
+}
+
+UncheckedUUIDs UncheckedUUIDs::readFrom(Value found) {
     UncheckedUUIDs made;
     if (found.isCollection()) {
         std::vector<String> texts;

@@ -5,7 +5,8 @@ namespace qsml {
 
 /// The UUIDs under a key that is read without a check of its class. What an archive holds there is
 /// kept and written back as it was, whatever it is, until the property is set; the property reads
-/// as the texts among the elements of a collection, and as nil where something else was found.
+/// as the texts among the elements of a collection, and as nil where something else was found. A
+/// UUID that is struck leaves what else was found in its place.
 ///
 /// Playlists, and what holds one, are left out of what was found: a playlist that led back to
 /// itself would never be freed. A value.
@@ -20,9 +21,12 @@ public:
     static UncheckedUUIDs decoded(KeyedUnarchiver& coder, std::string_view key);
 
     operator const UUIDs&() const { return uuids_; }
+    UncheckedUUIDs without(const String& uuid) const;
     void encode(KeyedArchiver& coder, std::string_view key) const;
 
 private:
+    static UncheckedUUIDs readFrom(Value found);
+
     UUIDs uuids_;
     Value found_;  // nil where the UUIDs alone say the same
 };

@@ -102,6 +102,38 @@ TEST(GivenAnythingUnderTheKeyOfTheChildren, WhenTheChildrenAreSetThenAnOrderedSe
     }
 }
 
+/// The playlist once a child is gone.
+std::shared_ptr<Playlist> withoutChild(const Value& children, String child) {
+    const auto playlist = recordFrom<Playlist>(archiveWithChildren(children));
+    return std::static_pointer_cast<Playlist>(playlist->yapDatabaseRelationshipEdgeDeleted(
+        {PLXMediaItemPlaylistChildRelationshipEdgeName, std::move(child), "mediaItemPlaylists",
+         YDB_NotifyIfDestinationDeleted},
+        YapDatabaseRelationshipNode::Reason::destinationNodeDeleted));
+}
+
+TEST(GivenAnythingUnderTheKeyOfTheChildren, WhenAChildIsGoneThenAllElseStaysAsItWas) {
+    const Value five(Dictionary{{"$boxed", 5}});
+    const struct {
+        Value archived, left;
+    } cases[] = {
+        {Value(Value::Array{"a", five, "b"}), Value(Value::Array{5, "b"})},
+        {Value(Value::Array{"a", "b", "a"}), Value(Value::Array{"b"})},
+        {Value(OrderedSet<Value>{"b", Date{5}, "a"}), Value(OrderedSet<Value>{"b", Date{5}})},
+        {Value(ValueSet{"a", "b"}), Value(ValueSet{"b"})},
+        {Value(Keys{"b", "a", "c"}), Value(Keys{"b", "c"})},
+        {Value(Keys{"a"}), Value(Keys{})},
+        {Value(Value::Array{"b", Value(Value::Array{"a"})}),
+         Value(Value::Array{"b", Value(Value::Array{"a"})})},
+        {Value("a"), Value("a")},
+        {Value(Date{5}), Value(Date{5})}};
+    for (const auto& [archived, left] : cases) {
+        const auto playlist = withoutChild(archived, "a");
+        EXPECT_EQ(archivedChildren(archiveOf(*playlist)), left) << left.description();
+        EXPECT_EQ(playlist->changedProperties(), (KeySet{"childUUIDs"}));
+    }
+    EXPECT_EQ(withoutChild(Value(Value::Array{"a", five, "b"}), "a")->childUUIDs(), Keys{"b"});
+}
+
 TEST(GivenAPlaylist, WhenItsChildrenAreSetByKeyThenOnlyCollectionsOfTextsAreTaken) {
     const auto playlist = Playlist::init();
     EXPECT_TRUE(playlist->setValueForKey("childUUIDs", Value(Value::Array{"b", "a"})));

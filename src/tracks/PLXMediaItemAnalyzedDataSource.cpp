@@ -2,7 +2,6 @@
 
 #include "store/indexes/YapDatabaseSecondaryIndexTransaction.h"
 #include "tracks/PLXMediaItemAnalyzedData.h"
-#include "tracks/PLXMediaItemTitleIDSource.h"
 #include "tracks/detail/backgroundTransactions.h"
 #include "tracks/detail/storedRecord.h"
 
@@ -54,21 +53,14 @@ std::shared_ptr<const PLXMediaItemAnalyzedData>
 PLXMediaItemAnalyzedDataSource::mediaItemAnalyzedDataForTitleID(const TitleID& titleID,
                                                                 bool createIfNeeded) const {
     std::shared_ptr<const PLXMediaItemAnalyzedData> data;
-    if (!createIfNeeded) {
-        detail::read(manager_, [&](YapDatabaseReadTransaction& transaction) {
-            data = stored(titleID, transaction);
-        });
-        return data;
-    }
     if (!titleID || !titleID->internalID()) return data;
     const auto findOrMake = [&](YapDatabaseReadWriteTransaction& transaction) {
         data = stored(titleID, transaction);
-        if (data) return true;
-        // What is there and does not decode is not replaced.
-        if (transaction.hasObjectForKey(titleID->internalID(), collection)) return false;
+        if (data || !createIfNeeded) return true;
+        if (!detail::isVacant(titleID->internalID(), collection, transaction)) return false;
         data = PLXMediaItemAnalyzedData::initWithTitleID(titleID);
         return transaction.setObject(data, data->uuid(), collection) &&
-               PLXMediaItemTitleIDSource::setTitleID(titleID, transaction);
+               detail::storeCopy(*titleID, transaction);
     };
     return detail::readWrite(manager_, findOrMake) ? data : nullptr;
 }

@@ -25,16 +25,19 @@ public:
     /// The manager must outlive the source.
     explicit PLXMediaItemAnalyzedDataSource(PLXDatabaseManager& manager) : manager_(manager) {}
 
-    /// Null when none is stored, or the title ID has no internal ID.
+    /// Null when none is stored, or the title ID has no internal ID. Runs in the order of writes,
+    /// so that it sees the newest commit, and writes nothing.
     std::shared_ptr<const PLXMediaItemAnalyzedData> mediaItemAnalyzedDataForTitleID(
         const std::shared_ptr<const PLXMediaItemTitleID>& titleID) const;
-    /// With the flag set, a record that is missing is made and stored, together with the title ID;
-    /// null then when that could not be done.
+    /// With the flag set, a record that is missing is made and stored, together with a copy of the
+    /// title ID; null then when that could not be done, or what stands there could not be read,
+    /// which is not replaced.
     std::shared_ptr<const PLXMediaItemAnalyzedData> mediaItemAnalyzedDataForTitleID(
         const std::shared_ptr<const PLXMediaItemTitleID>& titleID, bool createIfNeeded) const;
 
     /// Stores the record and touches its media item, so that observers of the item see the change.
-    /// False when that could not be done: the library is as before.
+    /// False when that could not be done: the library is as before. The store freezes the record,
+    /// also where it then answers false.
     bool setMediaItemAnalyzedData(const std::shared_ptr<const PLXMediaItemAnalyzedData>& data);
 
     /// Beats per minute, from the index: the user's tempo where there is one, else the analysed

@@ -5,7 +5,6 @@
 #include <thread>
 
 #include "organisation/detail/testing/FaultyLibrary.h"
-#include "testing/UndecodableObject.h"
 #include "tracks/PLXMediaItem.h"
 #include "tracks/PLXMediaItemAnalyzedData.h"
 #include "tracks/PLXMediaItemUserData.h"
@@ -17,11 +16,7 @@ namespace {
 using Data = PLXMediaItemAnalyzedData;
 constexpr auto collection = PLXDatabaseCollectionMediaItemAnalyzedData;
 
-class GivenAnAnalyzedDataSource : public TrackLibrary {
-protected:
-    const std::shared_ptr<const PLXMediaItemTitleID> titleID_ = titleIDOf("Song");
-    PLXMediaItemAnalyzedDataSource source_{manager_};
-};
+class GivenAnAnalyzedDataSource : public TrackSource<PLXMediaItemAnalyzedDataSource> {};
 
 TEST_F(GivenAnAnalyzedDataSource, WhenNothingIsStoredThenItIsFoundOnlyWhenAskedToCreate) {
     EXPECT_EQ(source_.mediaItemAnalyzedDataForTitleID(titleID_), nullptr);
@@ -50,13 +45,27 @@ TEST_F(GivenAnAnalyzedDataSource, WhenOneIsStoredThenItIsFoundAndNoneIsCreated) 
 }
 
 TEST_F(GivenAnAnalyzedDataSource, WhenWhatIsStoredDoesNotDecodeThenItIsNotReplaced) {
-    readWrite([&](Writer& transaction) {
-        transaction.setObject(std::make_shared<UndecodableObject>(), titleID_->internalID(),
-                              collection);
-    });
+    storeUndecodable(titleID_->internalID(), collection);
     EXPECT_EQ(source_.mediaItemAnalyzedDataForTitleID(titleID_, true), nullptr);
     EXPECT_EQ(rows(), 1U);
     EXPECT_EQ(stored<Data>(titleID_->internalID(), collection), nullptr);
+}
+
+TEST_F(GivenAnAnalyzedDataSource, WhenAnotherStoresOneUnseenThenItIsFoundAndNothingIsWritten) {
+    commitUnseen(manager_, [&](Writer& transaction) {
+        transaction.setObject(Data::initWithTitleID(titleID_), titleID_->internalID(), collection);
+    });
+    ASSERT_FALSE(stored<Data>(titleID_->internalID(), collection)) << "unseen";
+    const auto before = commits();
+    EXPECT_TRUE(source_.mediaItemAnalyzedDataForTitleID(titleID_));
+    EXPECT_EQ(commits(), before);
+}
+
+TEST_F(GivenAnAnalyzedDataSource, WhenOneIsCreatedThenTheCallersTitleIDStaysMutable) {
+    const auto mine = PLXMediaItemTitleID::initWithTitle("Mine", "Band", 200, {});
+    EXPECT_TRUE(source_.mediaItemAnalyzedDataForTitleID(mine, true));
+    EXPECT_FALSE(mine->isImmutable());
+    EXPECT_EQ(rows(), 2U);
 }
 
 TEST_F(GivenAnAnalyzedDataSource, WhenDataIsStoredThenItsMediaItemIsTouchedAndNotWritten) {
@@ -209,6 +218,33 @@ TEST(GivenALibraryWhoseFileFails, WhenAnalyzedDataIsCreatedThenItIsThereWithItsT
         });
     };
     EXPECT_GT(library.forEachFailingWrite({}, operation, verify), 0U);
+}
+
+TEST(GivenALibraryWhoseFileFails, WhenAnalyzedDataCannotBeReadThenItIsNotReplaced) {
+    FaultyLibrary library;
+    const auto titleID = titleIDOf("Song");
+    const auto prepare = [&](PLXDatabaseManager& manager) {
+        const auto data = Data::initWithTitleID(titleID);
+        data->setBpm(120);
+        EXPECT_TRUE(PLXMediaItemAnalyzedDataSource(manager).setMediaItemAnalyzedData(data));
+        // Enough others that the row has a page that opening does not read.
+        manager.bgDatabaseConnection()->readWrite([](auto& transaction) {
+            for (int i = 0; i < 100; ++i)
+                transaction.setObject(Data::init(), std::to_string(i), collection);
+        });
+    };
+    const auto operation = [&](PLXDatabaseManager& manager) {
+        const auto found =
+            PLXMediaItemAnalyzedDataSource(manager).mediaItemAnalyzedDataForTitleID(titleID, true);
+        EXPECT_TRUE(!found || found->bpm() == 120);
+    };
+    const auto verify = [&](PLXDatabaseManager& manager) {
+        const auto found =
+            PLXMediaItemAnalyzedDataSource(manager).mediaItemAnalyzedDataForTitleID(titleID);
+        ASSERT_TRUE(found);
+        EXPECT_EQ(found->bpm(), 120);
+    };
+    EXPECT_GT(library.forEachFailingRead(prepare, operation, verify), 0U);
 }
 
 }  // namespace

@@ -22,7 +22,9 @@ class QSML_EXPORT PLXMediaItemLocation final : public PLXCloudDatabaseObject {
         const std::shared_ptr<PLXMediaItemTitleID>& titleID, const std::optional<URL>& sourceURI,
         std::int64_t type);
 
-    /// Every URI that the track is known under: of its file, of a store or stream.
+    /// Every URI that the track is known under: of its file, of a store or stream. Elements of an
+    /// archive that are no URLs are left out, and are lost when the location is stored again, also
+    /// by the library itself.
     QSML_PROPERTY(std::optional<URLSet>, sourceURIs, setSourceURIs)
     /// One of the types above; others are stored as given.
     QSML_PROPERTY(std::int64_t, type, setType)

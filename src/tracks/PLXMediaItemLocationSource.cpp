@@ -35,12 +35,28 @@ URL accessibleURL(const URL& url) {
     return resolved.value_or(url);
 }
 
+/// Keeps the security scope of a URL open, where the platform grants it.
+class SecurityScope {
+public:
+    explicit SecurityScope(const URL& url)
+        : url_(url), isOpen_(startAccessingSecurityScopedResource(url)) {}
+    ~SecurityScope() {
+        if (isOpen_) stopAccessingSecurityScopedResource(url_);
+    }
+    SecurityScope(const SecurityScope&) = delete;
+    SecurityScope& operator=(const SecurityScope&) = delete;
+
+private:
+    const URL& url_;
+    const bool isOpen_;
+};
+
 /// Nothing, with a log line, when it cannot be made.
 std::optional<Data> newBookmark(const URL& url) {
     const auto base = PLXMediaItemLocationSource::bookmarkDataRelativeURL();
     const URL* const relativeTo = base ? &*base : nullptr;
     const URL accessible = accessibleURL(url);
-    const bool isStarted = startAccessingSecurityScopedResource(accessible);
+    const SecurityScope scope(accessible);
     auto bookmark = bookmarkDataForURL(accessible, scoped, relativeTo);
     Error error;
     if (!bookmark) bookmark = bookmarkDataForURL(accessible, scopedReadOnly, relativeTo, &error);
@@ -50,7 +66,6 @@ std::optional<Data> newBookmark(const URL& url) {
             __LINE__,
             "Failed to save URL bookmark for " + url.absoluteString().str() + ": " +
                 error.description);
-    if (isStarted) stopAccessingSecurityScopedResource(accessible);
     return bookmark;
 }
 
@@ -91,6 +106,7 @@ bool PLXMediaItemLocationSource::setMediaItemLocation(
     if (!location || !location->uuid()) return false;
     const auto collection = detail::collectionOfLocationType(location->type());
     const auto stored = transaction.object<PLXMediaItemLocation>(location->uuid(), collection);
+    if (!stored && !detail::isVacant(location->uuid(), collection, transaction)) return false;
     const auto merged =
         stored ? location->mergedCopyWithMediaItemLocation(*stored) : location->copy();
     if (removingStaleSourceURIs)

@@ -26,7 +26,8 @@ public:
 
     /// The base of bookmarks: the folder that the main bundle's information names under
     /// "QSMediaLibraryBundlePath", where "~" is the user's home. Looked up once, on the first call;
-    /// where the host has not set it by then, that is logged, and bookmarks have no base.
+    /// where the host has not set it by then, or to something else than a text with a path, that is
+    /// logged, and bookmarks have no base.
     static std::optional<URL> bookmarkDataRelativeURL();
 
     /// The local location if there is one, else the global one, else null.
@@ -37,7 +38,9 @@ public:
     /// Stores the location merged with the one that is stored under its key, in the collection of
     /// its type (global for every type but 0). Of the URIs the stale ones are left out. Where the
     /// URL is one of a file, a new bookmark of it goes with the location; one that cannot be made
-    /// is logged, and the location keeps what it has. False when the location could not be stored.
+    /// is logged, and the location keeps what it has. What is stored is a copy, so the given
+    /// location stays as it is. False when it could not be stored: it has no key, or what stands
+    /// under its key could not be read, which is not replaced.
     bool setMediaItemLocation(const std::shared_ptr<const PLXMediaItemLocation>& location,
                               const std::optional<URL>& url,
                               const std::optional<URLSet>& removingStaleSourceURIs,

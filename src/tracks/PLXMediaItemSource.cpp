@@ -8,11 +8,13 @@
 namespace qsml {
 namespace {
 
-/// Unlike a lookup, this knows types that have no collection.
+/// Unlike a lookup, this knows types that have no collection. What has none, or no key, is no
+/// failure.
 bool storeLocation(const std::shared_ptr<const PLXMediaItemLocation>& location,
                    YapDatabaseReadWriteTransaction& transaction) {
-    if (!location || (location->type() != PLXMediaItemLocationTypeLocal &&
-                      location->type() != PLXMediaItemLocationTypeGlobal))
+    if (!location || !location->uuid() ||
+        (location->type() != PLXMediaItemLocationTypeLocal &&
+         location->type() != PLXMediaItemLocationTypeGlobal))
         return true;
     return transaction.setObject(location, location->uuid(),
                                  detail::collectionOfLocationType(location->type()));

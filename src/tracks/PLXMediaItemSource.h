@@ -33,9 +33,10 @@ public:
     std::shared_ptr<const PLXMediaItem> mediaItemForTitleID(
         const std::shared_ptr<const PLXMediaItemTitleID>& titleID) const;
 
-    /// Stores the media item, and the location where it is local or global; one of another type is
-    /// left out without a word. The location may be null. False when that could not be done, or
-    /// there is no media item: the library is as before.
+    /// Stores the media item, and the location where it is local or global; one of another type, or
+    /// without a UUID, is left out without a word. The location may be null. False when that could
+    /// not be done, or there is no media item, or none with a UUID: the library is as before. The
+    /// store freezes what it is given, also where it then answers false.
     bool setMediaItem(const std::shared_ptr<const PLXMediaItem>& mediaItem,
                       const std::shared_ptr<const PLXMediaItemLocation>& location);
 

@@ -15,13 +15,11 @@ constexpr auto items = PLXDatabaseCollectionMediaItems;
 constexpr auto locals = PLXDatabaseCollectionLocalMediaItemLocations;
 constexpr auto globals = PLXDatabaseCollectionGlobalMediaItemLocations;
 
-class GivenAMediaItemSource : public TrackLibrary {
+class GivenAMediaItemSource : public TrackSource<PLXMediaItemSource> {
 protected:
     std::shared_ptr<Location> location(std::int64_t type) {
         return Location::initWithTitleID(titleID_, {}, type);
     }
-    const std::shared_ptr<const PLXMediaItemTitleID> titleID_ = titleIDOf("Song");
-    PLXMediaItemSource source_{manager_};
 };
 
 TEST_F(GivenAMediaItemSource, WhenAMediaItemIsStoredThenItIsFoundByItsTitleID) {
@@ -63,10 +61,11 @@ TEST_F(GivenAMediaItemSource, WhenThereIsNoMediaItemOrItHasNoKeyThenNothingIsSto
     EXPECT_EQ(rows(), 0U);
 }
 
-TEST_F(GivenAMediaItemSource, WhenTheLocationHasNoKeyThenTheItemIsNotStoredEither) {
-    EXPECT_FALSE(source_.setMediaItem(PLXMediaItem::initWithTitleID(titleID_),
-                                      Location::initWithUUID(nullptr)));
-    EXPECT_EQ(rows(), 0U);
+TEST_F(GivenAMediaItemSource, WhenTheLocationHasNoKeyThenItIsDroppedAndTheItemStored) {
+    EXPECT_TRUE(source_.setMediaItem(PLXMediaItem::initWithTitleID(titleID_),
+                                     Location::initWithUUID(nullptr)));
+    EXPECT_TRUE(source_.mediaItemForTitleID(titleID_));
+    EXPECT_EQ(rows(), 1U);
 }
 
 TEST_F(GivenAMediaItemSource, WhenThereAreTwoLocationsThenTheLocalOneGoesFirst) {

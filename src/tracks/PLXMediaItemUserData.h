@@ -24,7 +24,8 @@ class QSML_EXPORT PLXMediaItemUserData final : public PLXCloudDatabaseObject,
     static std::shared_ptr<PLXMediaItemUserData> initWithTitleID(
         const std::shared_ptr<PLXMediaItemTitleID>& titleID);
 
-    /// A set: every identity that the track is known under.
+    /// A set: every identity that the track is known under. Of those that agree in internal ID and
+    /// metadata only the first is archived and sent, so that only this one is read back.
     QSML_PROPERTY(CopiedArray<PLXMediaItemTitleID>, titleIDs, setTitleIDs, .form = ArchiveForm::set)
     QSML_PROPERTY(Copied<PLXCuePoint>, startPoint, setStartPoint)
     QSML_PROPERTY(Copied<PLXCuePoint>, endPoint, setEndPoint)

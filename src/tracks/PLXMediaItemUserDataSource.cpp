@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
+#include "foundation/text.h"
 #include "store/search/YapDatabaseFullTextSearchTransaction.h"
 #include "store/search/fullTextQuery.h"
 #include "tracks/PLXMediaItemLocationSource.h"
-#include "tracks/PLXMediaItemTitleIDSource.h"
 #include "tracks/PLXMediaItemUserData.h"
 #include "tracks/detail/backgroundTransactions.h"
 #include "tracks/detail/bracedToken.h"
@@ -31,21 +31,33 @@ bool containsTitleID(const PLXMediaItemUserData& userData, const PLXMediaItemTit
     });
 }
 
-/// The record that was found by key, or nothing, against all that know the ISRC.
-UserData foundByISRC(const String& isrc, UserData found, YapDatabaseReadTransaction& transaction) {
+/// Holds the record that was found by key, or nothing, against all that know the ISRC. False when
+/// these could not be read.
+bool searchISRC(const String& isrc, UserData& found, YapDatabaseReadTransaction& transaction) {
     auto* const search = transaction.ext<YapDatabaseFullTextSearchTransaction>(
         PLXDatabaseExtensionMediaItemUserDataSearchIndex);
-    if (!search) return found;
-    // The index knows nothing of letter case and punctuation: the ISRCs themselves are compared.
+    if (!search) return true;
+    // Letter case does not count, as in the index; but accents and punctuation do, of which the
+    // index knows nothing: so the ISRCs themselves are compared.
     const auto query = fullTextQueryForExactToken("isrcs", detail::bracedToken(isrc));
+    const auto isSame = [folded = lowercased(isrc)](const TitleID& known) {
+        return known->isrc() && lowercased(known->isrc()) == folded;
+    };
     const auto consider = [&](std::string_view, std::string_view, const Value& object, bool&) {
         auto match = objectOfClass<PLXMediaItemUserData>(object);
-        const auto hasISRC = [&](const TitleID& known) { return known->isrc() == isrc; };
-        if (match && hasTitleID(*match, hasISRC) && (!found || match->hasDeckMetadata()))
+        if (match && hasTitleID(*match, isSame) && (!found || match->hasDeckMetadata()))
             found = std::move(match);
     };
-    search->enumerateKeysAndObjectsMatching(query, consider);
-    return found;
+    return search->enumerateKeysAndObjectsMatching(query, consider) && !transaction.error();
+}
+
+/// Makes the record and stores it with a copy of the title ID, which stays as it is. Null when that
+/// cannot be done.
+UserData newUserData(const TitleID& titleID, YapDatabaseReadWriteTransaction& transaction) {
+    const UserData made = PLXMediaItemUserData::initWithTitleID(titleID);
+    const bool isStored = transaction.setObject(made, made->uuid(), collection) &&
+                          detail::storeCopy(*titleID, transaction);
+    return isStored ? made : nullptr;
 }
 
 void addTitleID(const TitleID& titleID, const String& userDataUUID,
@@ -67,14 +79,20 @@ PLXMediaItemUserDataSource& PLXMediaItemUserDataSource::sharedInstance() {
     return *source;
 }
 
+bool PLXMediaItemUserDataSource::lookUp(const TitleID& titleID, UserData& found,
+                                        YapDatabaseReadTransaction& transaction) const {
+    found = detail::storedRecord<PLXMediaItemUserData>(titleID, collection, transaction);
+    if (transaction.error()) return false;
+    if (!titleID->isrc().empty() && !(found && found->hasDeckMetadata()))
+        if (!searchISRC(titleID->isrc(), found, transaction)) return false;
+    if (found && !containsTitleID(*found, *titleID)) addTitleIDLater(*titleID, found->uuid());
+    return true;
+}
+
 UserData PLXMediaItemUserDataSource::lookupMediaItemUserDataForTitleID(
     const TitleID& titleID, YapDatabaseReadTransaction& transaction) const {
-    if (!titleID || !titleID->internalID()) return nullptr;
-    auto found = detail::storedRecord<PLXMediaItemUserData>(titleID, collection, transaction);
-    // An empty ISRC is none: it would take tracks that have nothing in common for one.
-    if (!titleID->isrc().empty() && !(found && found->hasDeckMetadata()))
-        found = foundByISRC(titleID->isrc(), std::move(found), transaction);
-    if (found && !containsTitleID(*found, *titleID)) addTitleIDLater(*titleID, found->uuid());
+    UserData found;
+    if (titleID && titleID->internalID()) (void)lookUp(titleID, found, transaction);
     return found;
 }
 
@@ -110,15 +128,10 @@ UserData PLXMediaItemUserDataSource::mediaItemUserDataForTitleID(
     const std::shared_ptr<const PLXMediaItemLocation>& location, const std::optional<URL>& url,
     YapDatabaseReadWriteTransaction& transaction) const {
     if (!titleID || !titleID->internalID()) return nullptr;
-    auto userData = lookupMediaItemUserDataForTitleID(titleID, transaction);
-    // What is there and does not decode is not replaced: a newer version may be able to read it.
-    const bool isFree = !transaction.hasObjectForKey(titleID->internalID(), collection);
-    if (!userData && createIfNeeded && isFree) {
-        userData = PLXMediaItemUserData::initWithTitleID(titleID);
-        const bool isStored = transaction.setObject(userData, userData->uuid(), collection) &&
-                              PLXMediaItemTitleIDSource::setTitleID(titleID, transaction);
-        if (!isStored) userData = nullptr;
-    }
+    UserData userData;
+    if (lookUp(titleID, userData, transaction) && !userData && createIfNeeded &&
+        detail::isVacant(titleID->internalID(), collection, transaction))
+        userData = newUserData(titleID, transaction);
     if (location)
         PLXMediaItemLocationSource(manager_).setMediaItemLocation(location, url, transaction);
     return userData;
@@ -132,7 +145,10 @@ UserData PLXMediaItemUserDataSource::mediaItemUserDataForTitleID(
     UserData userData;
     const auto findOrMake = [&](YapDatabaseReadWriteTransaction& transaction) {
         userData = mediaItemUserDataForTitleID(titleID, createIfNeeded, location, url, transaction);
-        return userData || !createIfNeeded;
+        if (userData || !createIfNeeded || transaction.error()) return !transaction.error();
+        // Beside a record that does not decode the location stays all the same.
+        return transaction.hasObjectForKey(titleID->internalID(), collection) &&
+               !detail::storedRecord<PLXMediaItemUserData>(titleID, collection, transaction);
     };
     if (detail::readWrite(manager_, findOrMake)) return userData;
     return mediaItemUserDataForTitleID(titleID);  // nothing was written: what there was before

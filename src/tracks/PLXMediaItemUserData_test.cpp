@@ -157,6 +157,15 @@ TEST(GivenATitleIDOfATrack, WhenUserDataIsMadeOfItThenItIsKeyedByTheInternalID) 
     EXPECT_EQ(data->titleIDs()->front()->title(), "Song") << "a copy of its own";
 }
 
+TEST(GivenTitleIDsThatSayTheSame, WhenReadBackThenOnlyTheFirstIsThere) {
+    const auto data = PLXMediaItemUserData::initWithUUID("u");
+    data->setTitleIDs(TitleIDs{PLXMediaItemTitleID::initWithTitle("Song", "Band", 1, "ONE"),
+                               PLXMediaItemTitleID::initWithTitle("Song", "Band", 1, "TWO")});
+    const auto read = recordFrom<PLXMediaItemUserData>(archiveOf(*data));
+    ASSERT_EQ(read->titleIDs()->size(), 1U);
+    EXPECT_EQ(read->titleIDs()->front()->isrc(), "ONE");
+}
+
 TEST(GivenATitleIDOfATrack, WhenUserDataIsMadeOfItThenOnlyOneThatCanChangeKeepsItsInternalID) {
     const auto id = PLXMediaItemTitleID::initWithTitle("Song", "Band", 200, nullptr);
     const String uuid = id->uuid();

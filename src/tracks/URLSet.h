@@ -2,11 +2,6 @@
 #include "core/Boxing.h"
 #include "foundation/OrderedSet.h"
 
-template <>
-struct std::hash<qsml::URL> {
-    std::size_t operator()(const qsml::URL& url) const { return qsml::Value(url).hash(); }
-};
-
 namespace qsml {
 
 /// Distinct URLs, in the order in which they came. A value.

@@ -2,6 +2,7 @@
 #include "database/collectionNames.h"
 #include "store/YapDatabaseTransaction.h"
 #include "tracks/PLXMediaItemLocation.h"
+#include "tracks/PLXMediaItemTitleIDSource.h"
 
 namespace qsml::detail {
 
@@ -13,6 +14,20 @@ std::shared_ptr<const Record> storedRecord(
     const YapDatabaseReadTransaction& transaction) {
     const String key = titleID ? titleID->internalID() : String();
     return key ? transaction.object<Record>(key, collection) : nullptr;
+}
+
+/// Whether nothing stands under the key, for certain. What is there and could not be read is never
+/// replaced: a newer version may be able to read it, or the next try.
+inline bool isVacant(std::string_view key, std::string_view collection,
+                     const YapDatabaseReadTransaction& transaction) {
+    return !transaction.hasObjectForKey(key, collection) && !transaction.error();
+}
+
+/// Stores a copy of the title ID of a new record: the caller's own stays as it is. One that has an
+/// internal ID only is left out. False when that could not be done.
+inline bool storeCopy(const PLXMediaItemTitleID& titleID,
+                      YapDatabaseReadWriteTransaction& transaction) {
+    return !titleID.uuid() || PLXMediaItemTitleIDSource::setTitleID(titleID.copy(), transaction);
 }
 
 /// Every type but 0 counts as global.

@@ -4,6 +4,7 @@
 #include "store/YapDatabaseTransaction.h"
 #include "testing/OpenLibrary.h"
 #include "testing/OpenStore.h"
+#include "testing/UndecodableObject.h"
 #include "tracks/PLXMediaItemTitleID.h"
 
 namespace qsml {
@@ -55,6 +56,13 @@ protected:
         read([&](Reader& transaction) { found = transaction.object<Record>(key, collection); });
         return found;
     }
+    /// A row that is there and reads as nil.
+    void storeUndecodable(const String& key, std::string_view collection) {
+        readWrite([&](Writer& transaction) {
+            EXPECT_TRUE(
+                transaction.setObject(std::make_shared<UndecodableObject>(), key, collection));
+        });
+    }
     std::uint64_t rows() {
         std::uint64_t count = 0;
         read([&](Reader& transaction) { count = transaction.numberOfKeysInAllCollections(); });
@@ -85,6 +93,14 @@ protected:
     }
 
     const std::shared_ptr<TestExecutor> executor_ = std::make_shared<TestExecutor>();
+    const std::shared_ptr<const PLXMediaItemTitleID> titleID_ = titleIDOf("Song");
+};
+
+/// One with a source of its records.
+template <class Source>
+class TrackSource : public TrackLibrary {
+protected:
+    Source source_{manager_};
 };
 
 }  // namespace qsml
