@@ -15,6 +15,7 @@
 
 #include "store/YapDatabaseException.h"
 #include "testing/OpenStore.h"
+#include "testing/obeyFileModes.h"
 
 namespace qsml {
 namespace {
@@ -195,9 +196,7 @@ std::string setUmask(Arguments& arguments) {
     return "ok";
 }
 
-std::string becomeNobody(Arguments&) {
-    return ::setgid(65534) == 0 && ::setuid(65534) == 0 ? "ok" : "failed";
-}
+std::string obeyModes(Arguments&) { return obeyFileModes() ? "ok" : "failed"; }
 
 /// limit BYTES: of any file that is written; 0 lifts it.
 std::string limitFileSize(Arguments& arguments) {
@@ -224,7 +223,7 @@ const std::map<std::string, std::string (*)(Arguments&), std::less<>> commands =
     {"fork", forkedChild},
     {"exit", exitAmidWork},
     {"umask", setUmask},
-    {"nobody", becomeNobody},
+    {"obeyModes", obeyModes},
     {"limit", limitFileSize}};
 
 void run() {

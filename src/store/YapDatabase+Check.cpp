@@ -67,6 +67,10 @@ bool YapDatabase::check(const std::function<void(const Fault&)>& fault,
         isSound = false;
         if (fault) fault(one);
     };
+    // Extensions that could not be registered say nothing by themselves.
+    for (const auto& failure : core_->failedRegistrations().all())
+        if (failure.isFaultOfTheFile)
+            found({.extension = failure.one->name, .description = failure.why});
     bool isRead = true;
     const bool hasRun = connection->read(
         [&](YapDatabaseReadTransaction& transaction) {

@@ -55,7 +55,9 @@ public:
     /// Registers in a synchronous read-write transaction of its own: creates and fills what is not
     /// stored yet, or rebuilds where the version tag, kind, format or configuration differs. False,
     /// with nothing changed, when the name is taken, the instance is registered already, a parent
-    /// is missing or the set up fails. Not from inside a transaction.
+    /// is missing or the set up fails; also where what is stored under the name holds more than the
+    /// rows tell (manual edges) and is damaged, or of another kind or format: it is kept. Not from
+    /// inside a transaction.
     bool registerExtension(std::shared_ptr<YapDatabaseExtension> extension, const std::string& name,
                            Error* error = nullptr);
     void asyncRegisterExtension(std::shared_ptr<YapDatabaseExtension> extension,
@@ -77,8 +79,9 @@ public:
     void flushMemory();
 
     /// Verifies the file: SQLite's own check, every row's checksum and decoding, every extension
-    /// against a rebuild from the rows. Calls `fault` for each fault; progress counts rows. True
-    /// when there is none.
+    /// against a rebuild from the rows; also each extension that this process could not register
+    /// because of what is stored. Calls `fault` for each fault; progress counts rows. True when
+    /// there is none.
     struct Fault {
         std::string collection = {};  ///< empty for faults of the file itself
         std::string key = {};
@@ -92,16 +95,18 @@ public:
     // Maintenance; see YapDatabase+Maintenance.cpp. None of it from inside a transaction.
 
     /// Builds every registered extension anew from the rows, in order, in one transaction: the way
-    /// out when check() finds fault with one, also when its tables are damaged. Those that keep
-    /// nothing in the file are made anew after their parents, with their present filters. What an
-    /// extension holds beyond the rows (manual edges) is kept where it can be read, and otherwise
-    /// lost with a warning line. Reports to rebuildProgress and writes a log line for each.
+    /// out when check() finds fault with one, also when its tables are damaged. Those whose
+    /// registration failed are registered in their old places. Those that keep nothing in the file
+    /// are made anew after their parents, with their present filters. What an extension holds
+    /// beyond the rows (manual edges) is kept where it can be read, and otherwise lost with a
+    /// warning line. Reports to rebuildProgress and writes a log line for each.
     ///
-    /// All or nothing. Announced like a commit of another process (isForeign), since everything may
-    /// look different: lists are loaded anew. Other processes load the extensions at their next
-    /// transaction. Pages of tables that were too damaged to be dropped belong to nobody
-    /// afterwards, which check() names until compact() frees them. Takes as long as the first
-    /// registrations did.
+    /// All or nothing; but where one that is missing cannot be brought back, the others are built
+    /// without it, and the answer is false with its error. Announced like a commit of another
+    /// process (isForeign), since everything may look different: lists are loaded anew. Other
+    /// processes load the extensions at their next transaction. Pages of tables that were too
+    /// damaged to be dropped belong to nobody afterwards, which check() names until compact() frees
+    /// them. Takes as long as the first registrations did.
     bool rebuildExtensions(Error* error = nullptr);
 
     /// A row that check() finds fault with, as it is stored. The bytes last until `keep` returns.
@@ -131,7 +136,8 @@ public:
     /// sort keys that are limits inside a view (rebuildExtensions() removes these). Writers wait
     /// meanwhile, readers go on; on the disk there must be room for twice the content. The copy
     /// that it makes ("FILE-compact", mode 0600) goes in the end; what a crash left of one goes at
-    /// the next call.
+    /// the next call. What was written is read back: where that fails twice, the copy stays, whole,
+    /// as "FILE-rescued" (or -rescued-2 and on), and the error names it.
     ///
     /// All or nothing. False (YapDatabaseErrorCode::inTheWay) when a long-lived read transaction or
     /// another process needs what is in the log; the text names it, says what to do, and whether

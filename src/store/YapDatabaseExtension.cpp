@@ -3,6 +3,12 @@
 namespace qsml {
 
 YapDatabaseExtension::~YapDatabaseExtension() = default;
+
+const std::set<std::string, std::less<>>* YapDatabaseExtension::collectionsWithDependents() const {
+    static const std::set<std::string, std::less<>> none;
+    return &none;
+}
+
 YapDatabaseExtensionTransaction::~YapDatabaseExtensionTransaction() = default;
 
 bool YapDatabaseExtension::rebuild(YapDatabaseExtensionContext& context, Error* error) {

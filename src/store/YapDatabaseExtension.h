@@ -47,7 +47,9 @@ public:
     /// The transaction; a YapDatabaseReadWriteTransaction when the extension may write.
     virtual YapDatabaseReadTransaction& transaction() = 0;
     virtual YapDatabaseReadWriteTransaction* readWriteTransaction() = 0;
-    /// The registered name, quoted as an SQL identifier with a suffix: "name_suffix".
+    /// The registered name.
+    virtual const std::string& name() const = 0;
+    /// The name, quoted as an SQL identifier with a suffix: "name_suffix".
     virtual std::string tableName(std::string_view suffix) const = 0;
     /// Settings of this extension that live and die with it.
     virtual std::optional<std::string> setting(std::string_view key) = 0;
@@ -66,6 +68,10 @@ public:
     /// A place of this extension on this connection for what outlives a transaction, as prepared
     /// statements. Emptied before SQLite closes the connection.
     virtual std::shared_ptr<void>& slot() = 0;
+    /// In a read transaction: runs the work while no write transaction of any process does; those
+    /// that begin wait for it. For work that SQLite takes for a write, on a connection of its own.
+    /// False when the work is, or when the lock cannot be had.
+    virtual bool withoutWriters(const std::function<bool()>& work, Error* error) = 0;
     /// Something stored cannot be read: becomes the transaction's error and makes a write fail.
     virtual void fail(Error error) = 0;
 };
@@ -74,12 +80,11 @@ public:
 ///
 /// Registered once per database; keeps no state of its own that a transaction changes (that is the
 /// transaction's and the state's). Rules for what happens when:
-/// - every row operation calls the transactions of all extensions, in order of registration, right
-/// after the
-///   row was written and before the post-sanitiser;
-/// - before the commit: flush() of all in order, again while any of them wrote rows; then changes()
-/// and
-///   newState(); then COMMIT;
+/// - every row operation calls the transactions of all extensions that see its collection, in order
+///   of registration, right after the row was written and before the post-sanitiser;
+/// - before the commit: flush() of all in order that take part, again while any of them wrote rows;
+///   then changes() and newState(); then COMMIT. What takes part was told of a row, was asked for,
+///   or has a parent that takes part;
 /// - a rollback drops the transactions; nothing of them may stay.
 class QSML_EXPORT YapDatabaseExtension {
 public:
@@ -95,12 +100,15 @@ public:
     /// from the rows and from its parents, at registration and after commits of other processes.
     virtual bool isPersistent() const { return true; }
     /// False: its tables hold something that the rows do not tell. They are then replaced only on
-    /// request when damage keeps them from being rebuilt.
+    /// request when damage keeps them from being rebuilt, and never by another kind or format.
     virtual bool holdsOnlyDerivedData() const { return true; }
     /// Names of extensions that must be registered before.
     virtual std::vector<std::string> parents() const { return {}; }
     /// The collections whose rows its hooks see; null means all.
     virtual const std::set<std::string, std::less<>>* allowedCollections() const { return nullptr; }
+    /// The collections whose rows others may depend on: dependentsOfRow() is asked about these
+    /// alone. Null means all; by default none.
+    virtual const std::set<std::string, std::less<>>* collectionsWithDependents() const;
 
     /// Creates the tables, empty. They must not exist.
     virtual bool createTables(YapDatabaseExtensionContext& context, Error* error) = 0;
@@ -155,8 +163,9 @@ public:
     virtual void willRemoveRow(const YapDatabaseRow&) {}
     virtual void didRemoveRow(const YapDatabaseRow&) {}
 
-    /// Rows whose derived data must be computed again because the given row changed or went. They
-    /// get dependentsChanged before the next flush ends, each once.
+    /// Rows whose derived data must be computed again because the given row, of a collection with
+    /// dependents, changed or went. They get dependentChanged before the next flush ends, each
+    /// once.
     virtual std::vector<YapDatabaseCollectionKey> dependentsOfRow(const YapDatabaseRow&) {
         return {};
     }

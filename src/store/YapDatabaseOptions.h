@@ -32,7 +32,7 @@ struct YapDatabaseOptions {
     YapDatabaseCorruptAction corruptAction = YapDatabaseCorruptAction::fail;
     YapDatabaseSynchronous synchronous = YapDatabaseSynchronous::full;
     /// Write-ahead log size above which a checkpoint runs (in the background, under the writer
-    /// lock).
+    /// lock). Commits wait for it.
     std::uint64_t checkpointBytes = 4u << 20;
     /// A log line warns once when the write-ahead log grows over this size.
     std::uint64_t walWarningBytes = 64u << 20;

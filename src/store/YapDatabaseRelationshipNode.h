@@ -8,7 +8,8 @@ namespace qsml {
 class Object;
 
 /// A stored object that declares edges. Asked whenever it is written; the list replaces the last
-/// one.
+/// one. Both functions run on the thread of the write, inside its transaction, and must write
+/// nothing themselves; what they throw makes the commit fail.
 class QSML_EXPORT YapDatabaseRelationshipNode {
 public:
     enum class Reason : std::uint8_t { edgeDeleted, sourceNodeDeleted, destinationNodeDeleted };

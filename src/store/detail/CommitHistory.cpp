@@ -46,6 +46,12 @@ void CommitHistory::confirmUpTo(std::uint64_t snapshot) {
     newestState_ = pending.state;
 }
 
+std::deque<CommitRecord>::const_iterator CommitHistory::firstAfter(std::uint64_t snapshot) const {
+    return std::partition_point(records_.begin(), records_.end(), [&](const CommitRecord& record) {
+        return record.commit->snapshot <= snapshot;
+    });
+}
+
 CommitHistory::Passage CommitHistory::passage(std::uint64_t from, std::uint64_t to) {
     const std::lock_guard lock(mutex_);
     confirmUpTo(to);
@@ -53,10 +59,8 @@ CommitHistory::Passage CommitHistory::passage(std::uint64_t from, std::uint64_t 
     if (to == newest_) result.state = newestState_;
     result.isComplete = from >= startSnapshot_ && to <= newest_;
     if (from == to) return result;
-    const auto begin = std::partition_point(
-        records_.begin(), records_.end(),
-        [&](const CommitRecord& record) { return record.commit->snapshot <= from; });
-    for (auto record = begin; record != records_.end() && record->first <= to; ++record) {
+    for (auto record = firstAfter(from); record != records_.end() && record->first <= to;
+         ++record) {
         if (record->commit->isForeign) result.isComplete = false;
         if (record->commit->snapshot == to) result.state = record->state;
         result.records.push_back(*record);
@@ -96,14 +100,13 @@ std::shared_ptr<const YapDatabaseCommit> CommitHistory::nextToAnnounce(bool isFi
     const std::lock_guard lock(mutex_);
     if (isFirstCall && isAnnouncing_) return nullptr;
     isAnnouncing_ = true;
-    for (const CommitRecord& record : records_) {
-        if (record.commit->snapshot <= announced_) continue;
-        if (!record.isCommitted) break;
-        announced_ = record.commit->snapshot;
-        return record.commit;
+    const auto next = firstAfter(announced_);
+    if (next == records_.end() || !next->isCommitted) {
+        isAnnouncing_ = false;
+        return nullptr;
     }
-    isAnnouncing_ = false;
-    return nullptr;
+    announced_ = next->commit->snapshot;
+    return next->commit;
 }
 
 void CommitHistory::putBack(const YapDatabaseCommit& commit) {

@@ -56,6 +56,7 @@ public:
 
 private:
     void confirmUpTo(std::uint64_t snapshot);
+    std::deque<CommitRecord>::const_iterator firstAfter(std::uint64_t snapshot) const;
 
     mutable std::mutex mutex_;
     std::deque<CommitRecord> records_;

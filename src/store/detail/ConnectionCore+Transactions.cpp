@@ -45,9 +45,8 @@ std::optional<StoreState> ConnectionCore::readState(Error* error) {
     return std::nullopt;
 }
 
-/// Also what a rollback left that failed for lack of memory: nothing could begin. Needs no memory
-/// itself.
 void ConnectionCore::rollBackRemains() {
+    if (handle_.inTransaction()) Query(statements_.rollback, handle_.get()).run();
     if (handle_.inTransaction()) handle_.execute("ROLLBACK");
     // A failure inside the full-text module rolls back before the module is done with its part:
     // what it then notes down would go into the next commit. New instances of it know nothing.
@@ -160,7 +159,9 @@ void ConnectionCore::restartPinnedRead(std::uint64_t newest) {
     rollBackRemains();
     active_.emplace();
     Error error;
-    if (!beginReadOfFile(&error) || active_->state.snapshot != newest) {
+    // Twice, since nobody has asked for it: a failure that passes must not cost the snapshot.
+    const bool isRead = beginReadOfFile(nullptr) || beginReadOfFile(&error);
+    if (!isRead || active_->state.snapshot != newest) {
         warn("a long-lived read transaction had to end: ", error);
         endPin();
     }
@@ -184,6 +185,7 @@ bool ConnectionCore::beginWrite(const Owner& owner, Error* error, bool isRegistr
         abandon();
         return false;
     }
+    if (database_.hasRemains) database_.rollBackRemains();
     if (!prepareEnd(statements_, handle_) ||
         !Query(statements_.beginImmediate, handle_.get()).run()) {
         report(error, handle_.lastError("written"));
@@ -217,6 +219,7 @@ void ConnectionCore::abandon() noexcept {
     } catch (...) {
     }
     if (handle_.inTransaction()) handle_.execute("ROLLBACK");
+    if (handle_.inTransaction()) database_.hasRemains = true;
     if (hasReadDamage) handle_.forgetPages();
     writerLock_.reset();
 }

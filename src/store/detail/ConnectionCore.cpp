@@ -99,6 +99,13 @@ void ConnectionCore::noteReadError(const Query& query, std::string_view action) 
     if (!active_->error) active_->error = handle_.lastError(action);
 }
 
+/// Empty for an extension that has taken the name of another.
+std::shared_ptr<void>& ConnectionCore::slot(const std::shared_ptr<const RegisteredExtension>& of) {
+    Slot& slot = slots_[of->name];
+    if (slot.owner.lock() != of) slot = {of, nullptr};
+    return slot.kept;
+}
+
 // Moving to a snapshot.
 
 void ConnectionCore::moveTo(std::uint64_t snapshot, YapDatabaseNotifications* passed) {
@@ -109,6 +116,7 @@ void ConnectionCore::moveTo(std::uint64_t snapshot, YapDatabaseNotifications* pa
         passage = database_.history().passage(this->snapshot(), snapshot);
         if (!passage.state) passage.state = loaded;
         database_.mustVerifyExtensions = true;
+        database_.areOrphansMarked = false;
         database_.announceCommits();
     }
     if (!passage.isComplete) clearCaches();

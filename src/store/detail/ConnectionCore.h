@@ -112,6 +112,9 @@ public:
                    bool isRegistration = false);
     YapDatabaseNotifications beginLongLivedRead(const Owner& owner);
     YapDatabaseNotifications endLongLivedRead(const Owner& owner);
+    /// What a transaction left that could not be rolled back, for lack of memory. Needs none
+    /// itself.
+    void rollBackRemains();
     /// Reads the same snapshot anew, so that it comes from the file and no longer from the log.
     /// Under the writer lock.
     void restartPinnedRead(std::uint64_t newest);
@@ -187,7 +190,7 @@ public:
     bool setSetting(std::string_view extension, std::string_view key, std::string_view value);
     std::map<std::string, std::string, std::less<>> settings(std::string_view extension);
     RowStatements& statements() { return statements_; }
-    std::shared_ptr<void>& slot(const std::string& extension) { return slots_[extension]; }
+    std::shared_ptr<void>& slot(const std::shared_ptr<const RegisteredExtension>& of);
 
 private:
     void noteReadError(const Query& query, std::string_view action = "read");
@@ -195,7 +198,6 @@ private:
     bool beginReadInMemory(const Owner& owner, Error* error, YapDatabaseNotifications* passed);
     void endRead();
     bool beginReadOfFile(Error* error);
-    void rollBackRemains();
     void endPin();
     bool beginWrite(const Owner& owner, Error* error, bool isRegistration);
     bool endWrite(Error* error);
@@ -255,7 +257,11 @@ private:
     RowStatements statements_;
     /// A write failed: what SQLite's modules hold in memory may be left of it.
     bool mustForgetModules_ = false;
-    std::unordered_map<std::string, std::shared_ptr<void>> slots_;  // of extensions
+    struct Slot {
+        std::weak_ptr<const RegisteredExtension> owner;
+        std::shared_ptr<void> kept;
+    };
+    std::unordered_map<std::string, Slot> slots_;  // of extensions, by their names
     LruCache objects_;
     LruCache metadata_;
     YapDatabaseReadTransaction readTransaction_{*this};

@@ -65,14 +65,22 @@ void DatabaseCore::runRequestedCheckpoint() noexcept {
     }
 }
 
-bool DatabaseCore::checkpoint(Error* error) {
+bool DatabaseCore::runAsWriter(const std::function<bool(Error*)>& work, Error* error) {
     bool isDone = false;
+    scheduler_->runSync(nullptr, &writers_, [&] {
+        const WriterLockHold lock(writerLock_, error);
+        isDone = lock && work(error);
+    });
+    return isDone;
+}
+
+bool DatabaseCore::checkpoint(Error* error) {
     try {
-        scheduler_->runSync(nullptr, &writers_, [&] { isDone = runCheckpoint(error); });
+        return runAsWriter([this](Error* cause) { return runLockedCheckpoint(cause); }, error);
     } catch (const std::bad_alloc&) {
         reportNoMemory(error, path());
+        return false;
     }
-    return isDone;
 }
 
 bool DatabaseCore::openCheckpointHandle(Error* error) {

@@ -43,13 +43,22 @@ bool DatabaseCore::registerExtension(const std::shared_ptr<YapDatabase>& databas
         if (hasPinnedConnection()) connection.active().mustCommit = true;
     };
     Error cause;
-    if (runWriteOfExtension(database, std::cref(setUp), &cause)) return true;
-    if (cause.domain == YapDatabaseErrorDomain && (cause.code & 0xff) == SQLITE_CORRUPT) {
+    bool isDone = runWriteOfExtension(database, std::cref(setUp), &cause);
+    if (!isDone && cause.domain == YapDatabaseErrorDomain &&
+        (cause.code & 0xff) == SQLITE_CORRUPT) {
         // After that SQLite writes nothing more in the transaction; in another, which does not read
         // the extension's tables, it can replace them.
         distrustsTables = true;
         cause = {};
-        if (runWriteOfExtension(database, std::cref(setUp), &cause)) return true;
+        isDone = runWriteOfExtension(database, std::cref(setUp), &cause);
+    }
+    if (isDone) {
+        failedRegistrations_.forget(name, extension);
+        return true;
+    }
+    try {
+        if (extension) failedRegistrations_.note({name, extension}, cause, registeredExtensions());
+    } catch (const std::exception&) {  // then it is missing without a word from check()
     }
     report(error, cause);
     return false;
@@ -61,7 +70,9 @@ bool DatabaseCore::unregisterExtension(const std::shared_ptr<YapDatabase>& datab
         Error cause;
         if (!tearDownExtension(connection, name, &cause)) connection.fail(cause);
     };
-    return runWriteOfExtension(database, std::cref(tearDown), error);
+    const bool wasMissing = failedRegistrations_.giveUp(name);
+    return runWriteOfExtension(database, std::cref(tearDown), wasMissing ? nullptr : error) ||
+           wasMissing;
 }
 
 /// What an extension throws is an error of the operation.

@@ -17,15 +17,27 @@ constexpr int patienceMilliseconds = 1000;  // with readers that are about to en
 }
 
 bool DatabaseCore::rebuildExtensions(const std::shared_ptr<YapDatabase>& database, Error* error) {
-    const auto rebuild = [&](ConnectionCore& connection) {
-        const auto registered = registeredExtensions();
-        Error cause;
-        if (!registered.empty() && !detail::rebuildExtensions(connection, registered, &cause))
-            connection.fail(cause);
+    const auto rebuild = [&](Missing missing, Error* cause) {
+        const auto work = [&](ConnectionCore& connection) {
+            Error itsCause;
+            if (!detail::rebuildExtensions(connection, missing, &itsCause))
+                connection.fail(itsCause);
+        };
+        if (!runWriteOfExtension(database, std::cref(work), cause)) return false;
+        mustVerifyExtensions = false;
+        return true;
     };
-    if (!runWriteOfExtension(database, std::cref(rebuild), error)) return false;
-    mustVerifyExtensions = false;
-    return true;
+    Error cause;
+    if (rebuild(Missing::areBroughtBack, &cause)) {
+        failedRegistrations_.forgetAll();
+        return true;
+    }
+    // What stays missing must not keep the others from being mended.
+    Error second;
+    const bool areOthersDone =
+        failedRegistrations_.all().empty() || rebuild(Missing::stay, &second);
+    report(error, areOthersDone ? cause : second);
+    return false;
 }
 
 bool DatabaseCore::setAsideDamagedRows(
@@ -38,7 +50,7 @@ bool DatabaseCore::setAsideDamagedRows(
         if (!removeDamagedRows(connection, keep, &removed, &cause)) connection.fail(cause);
     };
     const bool isDone = runWriteOfExtension(database, std::cref(setAside), error);
-    if (isDone && removed > 0) mustVerifyExtensions = false;
+    if (isDone && removed > 0) mustVerifyExtensions = false;  // all are rebuilt
     if (count) *count = isDone ? removed : 0;
     return isDone;
 }

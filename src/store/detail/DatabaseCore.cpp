@@ -123,6 +123,19 @@ void DatabaseCore::forEachConnection(const std::function<void(ConnectionCore&)>&
     for (ConnectionCore* connection : connections_) block(*connection);
 }
 
+void DatabaseCore::rollBackRemains() {
+    bool isDone = true;
+    TakenTurns resting(*scheduler_);
+    forEachConnection([&](ConnectionCore& connection) {
+        if (!connection.isPinned() && !resting.take(connection)) isDone = false;
+    });
+    resting.useEach([&](ConnectionCore& connection) {
+        connection.rollBackRemains();
+        if (connection.handle().inTransaction()) isDone = false;
+    });
+    if (isDone) hasRemains = false;
+}
+
 bool DatabaseCore::hasPinnedConnection() {
     const std::lock_guard lock(connectionsMutex_);
     return std::any_of(connections_.begin(), connections_.end(),

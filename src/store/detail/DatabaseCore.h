@@ -11,6 +11,7 @@
 #include "store/detail/CollectionNames.h"
 #include "store/detail/CommitHistory.h"
 #include "store/detail/DatabaseFile.h"
+#include "store/detail/FailedRegistrations.h"
 #include "store/detail/SqliteHandle.h"
 #include "store/detail/TransactionScheduler.h"
 #include "store/detail/WriterLock.h"
@@ -62,6 +63,7 @@ public:
     /// All that this process has registered, also where another process has damaged what is stored.
     std::vector<std::shared_ptr<const RegisteredExtension>> registeredExtensions() const;
     void setRegisteredExtensions(std::vector<std::shared_ptr<const RegisteredExtension>> all);
+    FailedRegistrations& failedRegistrations() { return failedRegistrations_; }
     // Registration; see DatabaseCore+Extensions.cpp.
     bool registerExtension(const std::shared_ptr<YapDatabase>& database,
                            const std::shared_ptr<YapDatabaseExtension>& extension,
@@ -80,13 +82,20 @@ public:
     void noteLog(int frames);
     void noteReaderMoved();
     bool checkpoint(Error* error);
+    /// Waits for the writers' turn and takes the writer lock; not in a write transaction.
+    bool runAsWriter(const std::function<bool(Error*)>& work, Error* error);
     std::uint64_t walSize() const;
 
     std::atomic<YapDatabasePolicy> defaultObjectPolicy{YapDatabasePolicy::containment};
     std::atomic<YapDatabasePolicy> defaultMetadataPolicy{YapDatabasePolicy::containment};
-    /// Stored extensions that nobody has registered are marked by the first commit of rows.
-    bool areOrphansMarked = false;  // in the writers' turn
+    /// Stored extensions that nobody has registered are marked by the first commit of rows, and by
+    /// the first after commits of another process, which may have mended them.
+    std::atomic<bool> areOrphansMarked{false};
     std::atomic<bool> mustVerifyExtensions{false};
+    /// A connection could not roll back, for lack of memory, and may hold SQLite's write lock.
+    std::atomic<bool> hasRemains{false};
+    /// Rolls it back, where the connection is at rest. In the writers' turn.
+    void rollBackRemains();
 
 private:
     DatabaseCore(std::unique_ptr<DatabaseFile> file, YapDatabaseObjectCallbacks objects,
@@ -129,6 +138,7 @@ private:
     mutable std::mutex registeredMutex_;
     std::vector<std::shared_ptr<const RegisteredExtension>> registered_
         QSML_GUARDED_BY(registeredMutex_);
+    FailedRegistrations failedRegistrations_;
 
     // In the writers' turn:
     std::unique_ptr<ConnectionCore> registrar_;

@@ -1,6 +1,7 @@
 #include "store/detail/ExtensionContext.h"
 
 #include "store/detail/ConnectionCore.h"
+#include "store/detail/DatabaseCore.h"
 #include "store/detail/quotedIdentifier.h"
 
 namespace qsml::detail {
@@ -51,7 +52,11 @@ std::shared_ptr<const YapDatabaseExtensionState> ExtensionContext::state() {
     return index == SnapshotState::npos ? nullptr : all.states[index];
 }
 
-std::shared_ptr<void>& ExtensionContext::slot() { return connection_.slot(registered_->name); }
+std::shared_ptr<void>& ExtensionContext::slot() { return connection_.slot(registered_); }
+
+bool ExtensionContext::withoutWriters(const std::function<bool()>& work, Error* error) {
+    return connection_.database().runAsWriter([&](Error*) { return work(); }, error);
+}
 
 void ExtensionContext::fail(Error error) { connection_.fail(std::move(error)); }
 

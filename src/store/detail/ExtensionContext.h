@@ -19,6 +19,7 @@ public:
     ::sqlite3* handle() override;
     YapDatabaseReadTransaction& transaction() override;
     YapDatabaseReadWriteTransaction* readWriteTransaction() override;
+    const std::string& name() const override { return registered_->name; }
     std::string tableName(std::string_view suffix) const override;
     std::optional<std::string> setting(std::string_view key) override;
     bool setSetting(std::string_view key, std::string_view value) override;
@@ -31,6 +32,7 @@ public:
     bool keyForRowid(std::int64_t rowid, YapDatabaseCollectionKey* row) override;
     std::shared_ptr<const YapDatabaseExtensionState> state() override;
     std::shared_ptr<void>& slot() override;
+    bool withoutWriters(const std::function<bool()>& work, Error* error) override;
     void fail(Error error) override;
 
 private:

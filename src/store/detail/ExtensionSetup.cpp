@@ -1,172 +1,69 @@
 #include "store/detail/ExtensionSetup.h"
 
-#include <sqlite3.h>
-
 #include <algorithm>
+#include <optional>
 #include <set>
 
-#include "foundation/Log.h"
 #include "store/detail/ConnectionCore.h"
 #include "store/detail/DatabaseCore.h"
+#include "store/detail/ExtensionBuild.h"
+#include "store/detail/ExtensionContext.h"
 #include "store/detail/StoredExtension.h"
 #include "store/detail/quotedIdentifier.h"
-#include "store/maintenance/RebuildRun.h"
 
 namespace qsml::detail {
 
 namespace {
 
-bool refuse(const std::string& name, std::string_view why, Error* error) {
-    std::string text = "The extension \"" + name + "\" cannot be registered: ";
-    report(error, {.domain = std::string(YapDatabaseErrorDomain),
-                   .code = static_cast<std::int64_t>(YapDatabaseErrorCode::extension),
-                   .description = text.append(why).append(why.back() == '.' ? "" : ".")});
-    return false;
+/// The first one that is not there.
+std::optional<std::string> missingParent(const SnapshotState& state,
+                                         const YapDatabaseExtension& extension) {
+    for (std::string& parent : extension.parents())
+        if (state.indexOf(parent) == SnapshotState::npos) return std::move(parent);
+    return std::nullopt;
 }
 
-/// False with whatever is known of the cause.
-bool failed(ConnectionCore& connection, const std::string& name, Error* error) {
-    if (error && *error) return false;
-    if (connection.active().error) {
-        report(error, connection.active().error);
-        return false;
-    }
-    const Error last = connection.handle().lastError("changed");
-    const bool isKnown = last.code != 0 && last.code != SQLITE_ROW && last.code != SQLITE_DONE;
-    return refuse(name, isKnown ? last.description : "it could not be built and gives no reason",
-                  error);
+bool hasParents(const SnapshotState& state, const YapDatabaseExtension& extension,
+                const std::string& name, Error* error) {
+    const auto missing = missingParent(state, extension);
+    return !missing || refuse(name, "\"" + *missing + "\" must be registered before", error);
 }
 
 bool mayRegister(const SnapshotState& state, const YapDatabaseExtension& extension,
                  const std::string& name, Error* error) {
     if (!isUsableName(name)) return refuse(name, "the name is empty or holds a zero byte", error);
+    if (isReservedName(name))
+        return refuse(name, "SQLite keeps names that begin with \"sqlite_\" for itself", error);
     if (state.indexOf(name) != SnapshotState::npos) return refuse(name, "the name is taken", error);
     for (const auto& registered : state.extensions)
         if (registered->extension.get() == &extension)
             return refuse(name, "this instance is registered already", error);
-    for (const std::string& parent : extension.parents())
-        if (state.indexOf(parent) == SnapshotState::npos)
-            return refuse(name, "\"" + parent + "\" must be registered before", error);
-    return true;
+    return hasParents(state, extension, name, error);
 }
 
-/// From nothing.
-bool makeAnew(ConnectionCore& connection, ExtensionContext& context,
-              YapDatabaseExtension& extension, const std::string& name,
-              const StoredSettings& settings, Error* error) {
-    if (!dropNotedTables(connection, settings) || !removeSettings(connection, name))
-        return failed(connection, name, error);
-    const std::set<std::string> before = tablesOf(connection);
-    if (!extension.createTables(context, error) || !extension.fill(context, error))
-        return failed(connection, name, error);
-    return storeSettings(connection, extension, name, before) || failed(connection, name, error);
+bool contains(const RegisteredExtensions& all,
+              const std::shared_ptr<const RegisteredExtension>& one) {
+    return std::find(all.begin(), all.end(), one) != all.end();
 }
 
-/// What becomes of an extension that its damaged tables keep from being rebuilt.
-enum class Damage { fails, isReplaced };
-
-/// Brings what is stored of the extension up to date, from nothing or from an older form.
-bool build(ConnectionCore& connection, ExtensionContext& context, YapDatabaseExtension& extension,
-           const std::string& name, const StoredSettings& settings, Damage damage, RebuildRun& run,
-           Error* error) {
-    connection.active().mustCommit = true;
-    if (!isSameKind(settings, extension))
-        return makeAnew(connection, context, extension, name, settings, error);
-    Error cause;
-    if (hasDamagedTables(connection, settings)) {
-        cause = fileError(SQLITE_CORRUPT, connection.handle().path(), "changed",
-                          "tables of the extension \"" + name + "\" are damaged");
-    } else {
-        const std::set<std::string> before = tablesOf(connection);
-        if (extension.rebuild(context, &cause))
-            return storeSettings(connection, extension, name, before) ||
-                   failed(connection, name, error);
-        if (!cause) cause = connection.handle().lastError("changed");
-    }
-    const bool isDerived = extension.holdsOnlyDerivedData();
-    if (connection.hasFailed() || !connection.handle().inTransaction() ||
-        cause.domain != YapDatabaseErrorDomain || !isDamageCode(cause.code) ||
-        (damage == Damage::fails && !isDerived)) {
-        report(error, cause);
-        return failed(connection, name, error);
-    }
-    if (!isDerived)
-        log("Warning: the extension \"" + name +
-            "\" is made anew from the rows, and what only it held is lost: " + cause.description);
-    run.restart();
-    return makeAnew(connection, context, extension, name, settings, error);
-}
-
-using StatePointer = std::shared_ptr<const YapDatabaseExtensionState>;
-
-/// Of an extension that keeps nothing in the file, unlike one of its name that may have done so.
-bool loadVolatile(ConnectionCore& connection, ExtensionContext& context,
-                  YapDatabaseExtension& extension, const std::string& name,
-                  const StoredSettings& settings, StatePointer* loaded, Error* error) {
-    if (!settings.empty()) {
-        connection.active().mustCommit = true;
-        if (!dropNotedTables(connection, settings) || !removeSettings(connection, name))
-            return failed(connection, name, error);
-    }
+/// Anew from its parents, with what only memory has of it.
+bool remake(ConnectionCore& connection, const SnapshotState& parents,
+            const std::shared_ptr<const RegisteredExtension>& one, StatePointer* state,
+            Error* error) {
     Error unreadable;
-    *loaded = extension.loadState(context, &unreadable);
+    *state = reloadVolatile(connection, parents, one, &unreadable);
     if (unreadable) report(error, unreadable);
     return !unreadable;
 }
 
-/// What a build has made; false when it cannot be read.
-bool loadBuilt(ExtensionContext& context, YapDatabaseExtension& extension, StatePointer* loaded,
-               Error* error) {
-    Error unreadable;
-    *loaded = extension.loadState(context, &unreadable);
-    if (unreadable) report(error, unreadable);
-    return !unreadable;
-}
-
-/// Reads what is stored, and builds it where it is missing, out of date or unreadable.
-bool loadOrBuild(ConnectionCore& connection, ExtensionContext& context,
-                 YapDatabaseExtension& extension, const std::string& name,
-                 const StoredSettings& settings, StatePointer* loaded, Error* error) {
-    std::string why = reasonToBuild(settings, extension);
-    if (why.empty() && connection.active().distrustsTables) why = "its tables are damaged";
-    if (why.empty()) {
-        Error unreadable;
-        *loaded = extension.loadState(context, &unreadable);
-        if (!unreadable) return true;
-        why = "what was stored could not be read: " + unreadable.description;
-    }
-    RebuildRun run(connection, name);
-    if (!build(connection, context, extension, name, settings, Damage::fails, run, error) ||
-        !loadBuilt(context, extension, loaded, error))
-        return false;
-    run.finish(isStored(settings), why);
-    return true;
-}
-
-/// The newest state of the extension that this process knows.
-StatePointer newestStateOf(ConnectionCore& connection, const std::string& name) {
-    const SnapshotStatePointer newest = connection.database().history().newestState();
-    const std::size_t index = newest ? newest->indexOf(name) : SnapshotState::npos;
-    return index == SnapshotState::npos ? nullptr : newest->states[index];
-}
-
-/// An extension that keeps nothing in the file reads its parents, so these must be in place.
-StatePointer reloadVolatile(ConnectionCore& connection, const SnapshotState& parents,
-                            const std::shared_ptr<const RegisteredExtension>& one, Error* error) {
-    const SnapshotStatePointer before = connection.state();
+/// Anew from the rows, where it may look at its parents.
+bool buildOn(ConnectionCore& connection, const SnapshotState& parents,
+             const std::shared_ptr<const RegisteredExtension>& one, StatePointer* state,
+             Error* error) {
     connection.replaceState(std::make_shared<SnapshotState>(parents));
-    ExtensionContext context(connection, one);
-    auto state = one->extension->reloadState(context, newestStateOf(connection, one->name), error);
+    if (!buildAgain(connection, one, state, error)) return false;
     connection.active().work.reset();
-    connection.replaceState(before);
-    return state;
-}
-
-bool hasParents(const SnapshotState& state, const YapDatabaseExtension& extension) {
-    const auto parents = extension.parents();
-    return std::all_of(parents.begin(), parents.end(), [&](const std::string& parent) {
-        return state.indexOf(parent) != SnapshotState::npos;
-    });
+    return true;
 }
 
 }  // namespace
@@ -178,16 +75,13 @@ bool setUpExtension(ConnectionCore& connection,
     if (!extension) return refuse(name, "there is no instance", error);
     if (!mayRegister(state, *extension, name, error)) return false;
     auto registered = std::make_shared<RegisteredExtension>(RegisteredExtension{name, extension});
-    ExtensionContext context(connection, registered);
-    const StoredSettings settings = connection.settings(name);
-    if (connection.active().error) return failed(connection, name, error);
-
     StatePointer loaded;
-    const auto load = extension->isPersistent() ? loadOrBuild : loadVolatile;
-    if (!load(connection, context, *extension, name, settings, &loaded, error)) return false;
-    if (connection.database().hasPinnedConnection())  // nobody else asks what came
+    if (!loadOrBuild(connection, registered, &loaded, error)) return false;
+    if (connection.database().hasPinnedConnection()) {  // nobody else asks what came
+        ExtensionContext context(connection, registered);
         if (auto changes = extension->changesOfRegistration(context, loaded))
             connection.active().extensionChanges.emplace(name, std::move(changes));
+    }
     auto next = std::make_shared<SnapshotState>(state);
     next->add(std::move(registered), std::move(loaded));
     connection.active().replacedState = std::move(next);
@@ -226,7 +120,7 @@ SnapshotStatePointer loadExtensions(ConnectionCore& connection,
     for (const auto& one : registered) {
         Error error;
         if (!one->extension->isPersistent()) {
-            if (!hasParents(*loaded, *one->extension)) continue;
+            if (missingParent(*loaded, *one->extension)) continue;
             auto state = reloadVolatile(connection, *loaded, one, &error);
             if (!error) loaded->add(one, std::move(state));
             continue;
@@ -245,58 +139,44 @@ bool repairExtensions(ConnectionCore& connection, const RegisteredExtensions& re
     const SnapshotStatePointer before = connection.state();
     for (const auto& one : registered) {
         const std::size_t known = before->indexOf(one->name);
-        if (known != SnapshotState::npos) {
-            repaired->add(one, before->states[known]);
-            continue;
-        }
         StatePointer state;
-        if (one->extension->isPersistent()) {
-            ExtensionContext context(connection, one);
-            const StoredSettings settings = connection.settings(one->name);
-            if (!loadOrBuild(connection, context, *one->extension, one->name, settings, &state,
-                             error))
-                return false;
-        } else {
-            Error unreadable;
-            state = reloadVolatile(connection, *repaired, one, &unreadable);
-            if (unreadable) {
-                report(error, unreadable);
-                return false;
-            }
-        }
+        if (known != SnapshotState::npos)
+            state = before->states[known];
+        else if (one->extension->isPersistent()
+                     ? !loadOrBuild(connection, one, &state, error)
+                     : !remake(connection, *repaired, one, &state, error))
+            return false;
         repaired->add(one, std::move(state));
     }
     connection.replaceState(std::move(repaired));
     return true;
 }
 
-bool rebuildExtensions(ConnectionCore& connection, const RegisteredExtensions& registered,
-                       Error* error) {
+bool rebuildExtensions(ConnectionCore& connection, Missing missing, Error* error) {
+    const RegisteredExtensions registered = connection.database().registeredExtensions();
     SnapshotState rebuilt;
-    for (const auto& one : registered) {
+    const auto all = missing == Missing::areBroughtBack
+                         ? connection.database().failedRegistrations().addedTo(registered)
+                         : registered;
+    for (const auto& one : all) {
+        const bool isRegistered = contains(registered, one);
         StatePointer state;
-        if (one->extension->isPersistent()) {
-            connection.replaceState(std::make_shared<SnapshotState>(rebuilt));  // its parents
-            ExtensionContext context(connection, one);
-            const StoredSettings settings = connection.settings(one->name);
-            if (connection.active().error) return failed(connection, one->name, error);
-            RebuildRun run(connection, one->name);
-            if (!build(connection, context, *one->extension, one->name, settings,
-                       Damage::isReplaced, run, error) ||
-                !loadBuilt(context, *one->extension, &state, error))
-                return false;
-            run.finish(true, "that was asked for");
-            connection.active().work.reset();
-        } else {
-            Error unreadable;
-            state = reloadVolatile(connection, rebuilt, one, &unreadable);
-            if (unreadable) {
-                report(error, unreadable);
-                return false;
-            }
+        Error cause;
+        if (!isRegistered && !hasParents(rebuilt, *one->extension, one->name, error)) return false;
+        const bool isDone = isRegistered && !one->extension->isPersistent()
+                                ? remake(connection, rebuilt, one, &state, &cause)
+                                : buildOn(connection, rebuilt, one, &state, &cause);
+        if (!isDone) {
+            if (isRegistered ||
+                cause.description.find("\"" + one->name + "\"") != std::string::npos)
+                report(error, cause);
+            else
+                refuse(one->name, cause.description, error);
+            return false;
         }
         rebuilt.add(one, std::move(state));
     }
+    if (rebuilt.extensions.empty()) return true;
     auto next = std::make_shared<SnapshotState>(std::move(rebuilt));
     connection.replaceState(next);
     connection.active().replacedState = std::move(next);

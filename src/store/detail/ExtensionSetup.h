@@ -25,11 +25,13 @@ SnapshotStatePointer loadExtensions(ConnectionCore& connection,
 /// Rebuilds those, in a write transaction, before it goes on.
 bool repairExtensions(ConnectionCore& connection, const RegisteredExtensions& registered,
                       Error* error);
-/// Builds all of them from the rows, whatever state they are in, everything but the commit; those
-/// that keep nothing in the file are made anew after their parents. The commit is announced like
-/// one of another process, because anything may look different after it.
-bool rebuildExtensions(ConnectionCore& connection, const RegisteredExtensions& registered,
-                       Error* error);
+/// What becomes of extensions whose registration failed.
+enum class Missing { stay, areBroughtBack };
+/// Builds all that are registered from the rows, whatever state they are in, and the missing ones
+/// if these are to be brought back: everything but the commit. Those that keep nothing in the file
+/// are made anew after their parents. The commit is announced like one of another process, because
+/// anything may look different after it. Nothing happens when there is none.
+bool rebuildExtensions(ConnectionCore& connection, Missing missing, Error* error);
 /// Marks what is stored of extensions that nobody has registered: from the first write that they
 /// miss they are out of date, and will be rebuilt when they are registered again.
 bool markOrphans(ConnectionCore& connection, Error* error);

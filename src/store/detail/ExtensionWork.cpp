@@ -1,5 +1,7 @@
 #include "store/detail/ExtensionWork.h"
 
+#include <algorithm>
+
 #include "foundation/Log.h"
 #include "store/detail/ConnectionCore.h"
 
@@ -33,8 +35,15 @@ YapDatabaseExtensionTransaction& ExtensionWork::part(std::size_t index) {
     return *part.transaction;
 }
 
-void ExtensionWork::useAll() {
-    for (std::size_t i = 0; i < parts_.size(); ++i) part(i);
+void ExtensionWork::useChildren() {
+    const auto takesPart = [&](const std::string& name) {
+        const std::size_t index = state_->indexOf(name);
+        return index != SnapshotState::npos && parts_[index].transaction;
+    };
+    for (std::size_t i = 0; i < parts_.size(); ++i) {
+        const auto& parents = state_->extensions[i]->parents;
+        if (std::any_of(parents.begin(), parents.end(), takesPart)) part(i);
+    }
 }
 
 YapDatabaseExtensionTransaction* ExtensionWork::named(std::string_view name) {
@@ -72,6 +81,8 @@ void ExtensionWork::didRemove(const YapDatabaseRow& row) {
 
 void ExtensionWork::gatherDependents(const YapDatabaseRow& row) {
     for (std::size_t i = 0; i < parts_.size(); ++i) {
+        const auto* watched = state_->extensions[i]->extension->collectionsWithDependents();
+        if (watched && watched->find(row.collection) == watched->end()) continue;
         for (YapDatabaseCollectionKey& dependent : part(i).dependentsOfRow(row)) {
             Part& part = parts_[i];
             if (!sees(i, dependent.collection)) continue;
@@ -106,6 +117,7 @@ bool ExtensionWork::hasOwnChanges() const {
 
 bool ExtensionWork::flushOnce(Error* error) {
     for (std::size_t i = 0; i < parts_.size(); ++i) {
+        if (!parts_[i].transaction) continue;
         if (!deliverDependents(i)) return false;
         Error cause;
         if (part(i).flush(&cause)) continue;
@@ -117,8 +129,8 @@ bool ExtensionWork::flushOnce(Error* error) {
 }
 
 bool ExtensionWork::flush(Error* error) {
-    useAll();
     for (int pass = 0; pass < flushLimit; ++pass) {
+        useChildren();
         const std::uint64_t before = connection_.numberOfRowOperations();
         if (!flushOnce(error)) return false;
         if (connection_.numberOfRowOperations() == before) return true;

@@ -34,7 +34,7 @@ public:
 
     /// Of those that the transaction has used.
     bool hasOwnChanges() const;
-    /// All in order, and again until none of them writes rows any more.
+    /// Those that take part, in order, and again until none of them writes rows any more.
     bool flush(Error* error);
     bool writeTables(Error* error);
     std::map<std::string, std::shared_ptr<const YapDatabaseExtensionChanges>, std::less<>>
@@ -52,7 +52,7 @@ private:
     };
 
     YapDatabaseExtensionTransaction& part(std::size_t index);
-    void useAll();
+    void useChildren();
     bool sees(std::size_t index, std::string_view collection) const;
     void gatherDependents(const YapDatabaseRow& row);
     bool deliverDependents(std::size_t index);

@@ -10,8 +10,14 @@
 namespace qsml::detail {
 
 struct RegisteredExtension {
+    RegisteredExtension(std::string itsName, std::shared_ptr<YapDatabaseExtension> made)
+        : name(std::move(itsName)), extension(std::move(made)) {
+        if (extension) parents = extension->parents();
+    }
+
     std::string name;
     std::shared_ptr<YapDatabaseExtension> extension;
+    std::vector<std::string> parents;  ///< of the extension, at hand for each commit
 };
 
 /// The extensions of one snapshot, in order of registration, with what they keep of it. Immutable

@@ -16,7 +16,7 @@ namespace {
 // The store's own settings of an extension; see ExtensionContext for the mark.
 constexpr std::string_view kindKey = "#kind", formatKey = "#format", tagKey = "#versionTag",
                            configurationKey = "#configuration", staleKey = "#stale",
-                           tableKeyPrefix = "#table:";
+                           originalKey = "#original", tableKeyPrefix = "#table:";
 
 std::string_view valueOf(const StoredSettings& settings, std::string_view key) {
     const auto found = settings.find(key);
@@ -122,6 +122,11 @@ bool isSameKind(const StoredSettings& settings, const YapDatabaseExtension& exte
            valueOf(settings, formatKey) == std::to_string(extension.formatVersion());
 }
 
+bool holdsOriginalData(const StoredSettings& settings, const YapDatabaseExtension& extension) {
+    return settings.count(originalKey) > 0 ||
+           (valueOf(settings, kindKey) == extension.kind() && !extension.holdsOnlyDerivedData());
+}
+
 std::string reasonToBuild(const StoredSettings& settings, const YapDatabaseExtension& extension) {
     if (!isStored(settings)) return "it is new";
     std::string text;
@@ -194,6 +199,8 @@ bool storeSettings(ConnectionCore& connection, const YapDatabaseExtension& exten
         {tagKey, extension.versionTag()}};
     for (const auto& [key, value] : all)
         if (!connection.setSetting(name, key, value)) return false;
+    if (!extension.holdsOnlyDerivedData() && !connection.setSetting(name, originalKey, "1"))
+        return false;
     for (const std::string& table : tablesOf(connection))
         if (tablesBefore.count(table) == 0 &&
             !connection.setSetting(name, std::string(tableKeyPrefix) + table, ""))

@@ -17,6 +17,9 @@ using StoredSettings = std::map<std::string, std::string, std::less<>>;
 
 bool isStored(const StoredSettings& settings);
 bool isSameKind(const StoredSettings& settings, const YapDatabaseExtension& extension);
+/// Whether something is stored that the rows do not tell, which an extension of another kind or
+/// format would lose. Of its own kind the extension knows that itself.
+bool holdsOriginalData(const StoredSettings& settings, const YapDatabaseExtension& extension);
 /// Why what is stored cannot be used as it is, as the end of a sentence; empty when it can.
 std::string reasonToBuild(const StoredSettings& settings, const YapDatabaseExtension& extension);
 

@@ -8,13 +8,30 @@ constexpr std::size_t carriedRows = 16'384;
 constexpr std::size_t npos = static_cast<std::size_t>(-1);
 }  // namespace
 
-std::size_t TransactionChanges::positionOf(std::uint32_t collection, std::string_view key) const {
-    if (changes_.size() > searchedInLine) {
-        const auto found = positions_.find({collection, key});
-        return found == positions_.end() ? npos : found->second;
-    }
+bool TransactionChanges::isAt(std::size_t position, std::uint32_t collection,
+                              std::string_view key) const {
+    return values_[position].collection == collection && changes_[position].row.key == key;
+}
+
+/// Where the row is in the table, or the free slot for it. The table is never full.
+std::size_t TransactionChanges::slotOf(std::uint32_t collection, std::string_view key) const {
+    const std::size_t mask = slots_.size() - 1;
+    std::size_t slot = (std::hash<std::string_view>()(key) + collection) & mask;
+    while (slots_[slot] != 0 && !isAt(slots_[slot] - 1, collection, key)) slot = (slot + 1) & mask;
+    return slot;
+}
+
+void TransactionChanges::growSlots() {
+    slots_.assign(slots_.empty() ? 4 * searchedInLine : 2 * slots_.size(), 0);
     for (std::size_t i = 0; i < changes_.size(); ++i)
-        if (values_[i].collection == collection && changes_[i].row.key == key) return i;
+        slots_[slotOf(values_[i].collection, changes_[i].row.key)] =
+            static_cast<std::uint32_t>(i + 1);
+}
+
+std::size_t TransactionChanges::positionOf(std::uint32_t collection, std::string_view key) const {
+    if (!slots_.empty()) return std::size_t{slots_[slotOf(collection, key)]} - 1;
+    for (std::size_t i = 0; i < changes_.size(); ++i)
+        if (isAt(i, collection, key)) return i;
     return npos;
 }
 
@@ -29,13 +46,11 @@ std::size_t TransactionChanges::note(const Collection& collection, std::string_v
     const std::size_t position = changes_.size();
     values_.reserve(values_.size() == values_.capacity() ? values_.size() * 2 + 1
                                                          : values_.capacity());
+    if (position >= searchedInLine && slots_.size() < 2 * (position + 1)) growSlots();
     changes_.push_back({.row = {collection.name, String(key)}});
     values_.push_back({.collection = collection.id});
-    if (position == searchedInLine)
-        for (std::size_t i = 0; i < position; ++i)
-            positions_.emplace(Place{values_[i].collection, changes_[i].row.key.view()}, i);
-    if (position >= searchedInLine)
-        positions_.emplace(Place{collection.id, changes_[position].row.key.view()}, position);
+    if (!slots_.empty())
+        slots_[slotOf(collection.id, key)] = static_cast<std::uint32_t>(position + 1);
     return position;
 }
 

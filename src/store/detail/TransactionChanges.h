@@ -2,7 +2,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "foundation/Value.h"
@@ -48,24 +47,16 @@ public:
     std::vector<RowValues> takeValues() { return std::move(values_); }
 
 private:
-    struct Place {
-        std::uint32_t collection;
-        std::string_view key;  // of the change
-        friend bool operator==(const Place&, const Place&) = default;
-    };
-    struct PlaceHash {
-        std::size_t operator()(const Place& place) const noexcept {
-            return std::hash<std::string_view>()(place.key) + place.collection;
-        }
-    };
-
+    bool isAt(std::size_t position, std::uint32_t collection, std::string_view key) const;
     std::size_t positionOf(std::uint32_t collection, std::string_view key) const;
+    std::size_t slotOf(std::uint32_t collection, std::string_view key) const;
+    void growSlots();
     std::size_t note(const Collection& collection, std::string_view key);
     void keep(Value& place, RowValues::Half& half, Value value) const;
 
     std::vector<YapDatabaseRowChange> changes_;
-    std::vector<RowValues> values_;                                // one for each change
-    std::unordered_map<Place, std::size_t, PlaceHash> positions_;  // empty while there are few
+    std::vector<RowValues> values_;     // one for each change
+    std::vector<std::uint32_t> slots_;  // hash table of positions + 1; empty while there are few
 };
 
 }  // namespace qsml::detail

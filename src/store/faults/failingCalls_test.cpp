@@ -1,14 +1,10 @@
 // Every public operation of the store with every call of the system failing, one after the other.
-#include "testing/failingCalls.h"
-
 #include <gtest/gtest.h>
-
 #include <unistd.h>
 
 #include <map>
 
-#include "testing/OpenStore.h"
-#include "testing/RowListExtension.h"
+#include "testing/FailingStore.h"
 #include "testing/testScale.h"
 
 namespace qsml {
@@ -145,25 +141,17 @@ const std::vector<Operation>& operations() {
     return all;
 }
 
-struct FaultCase {
-    std::string name;
-    FaultyFiles::Fault fault;
-};
-using Repeat = FaultyFiles::Repeat;
-using Kind = FaultyFiles::Kind;
-constexpr FileCall writing = FileCall::write | FileCall::truncate;
-const FaultCase faultCases[] = {
-    {"CallFailsOnce", {anyFileCall, 1, Repeat::once, Kind::ioError}},
-    {"CallFailsForGood", {anyFileCall, 1, Repeat::forever, Kind::ioError}},
-    {"DiskIsFull", {writing, 1, Repeat::forever, Kind::diskFull}},
-    {"ReadIsShort", {FileCall::read, 1, Repeat::once, Kind::shortRead}},
-    {"WriteIsTorn", {FileCall::write, 1, Repeat::once, Kind::tornWrite}},
-    {"SyncFails", {FileCall::sync, 1, Repeat::once, Kind::ioError}}};
+/// Here short reads too, which SQLite takes for the end of the file.
+std::vector<FaultCase> faultCases() {
+    auto all = systemFaults();
+    all.push_back({"ReadIsShort",
+                   {FileCall::read, 1, FaultyFiles::Repeat::once, FaultyFiles::Kind::shortRead}});
+    return all;
+}
 
-class GivenACallThatFails : public ::testing::TestWithParam<std::tuple<std::size_t, std::size_t>> {
+class GivenACallThatFails : public FailingStore {
 protected:
-    const Operation& operation() const { return operations()[std::get<0>(GetParam())]; }
-    const FaultCase& faultCase() const { return faultCases[std::get<1>(GetParam())]; }
+    const Operation& operation() const { return operations()[operationIndex()]; }
 
     /// A file with texts, five other rows and an extension, closed.
     void makeImage() {
@@ -188,25 +176,18 @@ protected:
         writeFile(store_.path(), image_);
         writeFile(store_.path() + "-wal", log_);
         if (operation().startsClosed) return;
-        openWithExtension();
+        openWithList();
         ASSERT_TRUE(store_.set("0", std::string(200, 'o')));
         ASSERT_EQ(store_.text("1"), std::string(200, 'o'));
-    }
-    void openWithExtension() {
-        Error error;
-        ASSERT_TRUE(store_.open(&error)) << error.description;
-        ASSERT_TRUE(store_.database().registerExtension(std::make_shared<RowListExtension>(),
-                                                        "list", &error))
-            << error.description;
     }
     void operate() { claimed_ = operation().run(store_); }
 
     /// What the operation claims is what happened, and everything works again.
     void verify() {
         const Rows& expected = claimed_ ? after_ : before_;
-        const bool syncFailed = faultCase().name == "SyncFails" && files_.failures() > 0;
-        EXPECT_FALSE(claimed_ && syncFailed && writes()) << "a failed sync was reported as success";
-        if (!store_.isOpen()) openWithExtension();
+        EXPECT_FALSE(claimed_ && hasSyncFailed() && writes())
+            << "a failed sync was reported as success";
+        if (!store_.isOpen()) openWithList();
         ASSERT_TRUE(store_.isOpen());
         EXPECT_TRUE(rowsOf(store_.connection()) == expected) << "as the same connection sees it";
         EXPECT_TRUE(rowsOf(*store_.database().newConnection()) == expected)
@@ -215,47 +196,34 @@ protected:
         EXPECT_EQ(store_.text("later", "other"), "later");
         EXPECT_EQ(store_.faults(), "");
         store_.close();
-        openWithExtension();
+        openWithList();
         Rows reopened = rowsOf(store_.connection()).value_or(Rows());
         EXPECT_EQ(reopened.erase("other/later"), 1u);
         EXPECT_TRUE(reopened == expected) << "after opening again";
     }
     bool writes() const { return after_ != before_; }
 
-    TemporaryDirectory directory_;
-    FaultyFiles files_;
-    StoreOfTexts store_{directory_.file("store.db")};
-    std::string image_, log_;
+    std::string log_;
     Rows before_, after_;
-    bool claimed_ = false;
 };
 
 TEST_P(GivenACallThatFails, WhenAnOperationMeetsItThenAllOrNothingHappens) {
-    files_.skipSyncs();  // They are counted and fail; no power does.
-    store_.options.vfsName = files_.vfsName();
-    store_.options.pageCacheBytes = 32 << 10;  // Four pages: the others are read and spilled.
     makeImage();
     prepare();
     operate();
     ASSERT_TRUE(claimed_);
     after_ = rowsOf(store_.connection()).value();
-    FailingRun run;
-    run.prepare = [&] { prepare(); };
-    run.operation = [&] { operate(); };
-    run.verify = [&] { verify(); };
-    run.step = testScale(faultCase().fault.calls == anyFileCall ? 2 : 1, 1);
-    RecordProperty("failures",
-                   static_cast<int>(forEachFailingCall(files_, faultCase().fault, run)));
-    store_.close();
+    const auto failures = run({.prepare = [&] { prepare(); },
+                               .operation = [&] { operate(); },
+                               .verify = [&] { verify(); }},
+                              testScale(faultCase().fault.calls == anyFileCall ? 2 : 1, 1));
+    RecordProperty("failures", static_cast<int>(failures));
 }
 
 INSTANTIATE_TEST_SUITE_P(Store, GivenACallThatFails,
-                         ::testing::Combine(::testing::Range(std::size_t{0}, operations().size()),
-                                            ::testing::Range(std::size_t{0},
-                                                             std::size(faultCases))),
-                         [](const auto& test) {
+                         FailingStore::combined(operations(), faultCases()), [](const auto& test) {
                              return operations()[std::get<0>(test.param)].name +
-                                    faultCases[std::get<1>(test.param)].name;
+                                    std::get<1>(test.param).name;
                          });
 
 }  // namespace

@@ -63,10 +63,7 @@ struct timespec changeTime(Path path) {
 class GivenAPlaceThatCannotHoldAStore : public ::testing::TestWithParam<std::size_t> {
 protected:
     void SetUp() override {
-        if (::geteuid() != 0) GTEST_SKIP() << "only root can become somebody without rights";
-        ::chmod(directory_.path().c_str(), 0755);
         ASSERT_EQ(::mkdir(folder_.c_str(), 0777), 0);
-        ::chmod(folder_.c_str(), 0777);
         place().make(folder_, path_);
     }
     const BadPlace& place() const { return badPlaces()[GetParam()]; }
@@ -76,13 +73,13 @@ protected:
     std::string path_ = folder_ + "/store.db";
 };
 
-TEST_P(GivenAPlaceThatCannotHoldAStore, WhenOpenedByAnotherUserThenItSaysWhyAndChangesNothing) {
+TEST_P(GivenAPlaceThatCannotHoldAStore, WhenOpenedThenItSaysWhyAndChangesNothing) {
     struct stat facts = {};
     const bool isRegular = ::stat(path_.c_str(), &facts) == 0 && S_ISREG(facts.st_mode);
     const std::string content = isRegular ? contentOf(path_) : "";
     const auto time = changeTime(path_);
     ChildProcess child("qsml_store_child");
-    ASSERT_EQ(child.ask("nobody"), "ok");
+    ASSERT_EQ(child.ask("obeyModes"), "ok");
     const std::string answer = child.ask("open " + path_);
     EXPECT_EQ(answer.substr(0, 7), "failed ") << answer;
     const bool isNamed = answer.find(path_) != std::string::npos ||

@@ -47,6 +47,11 @@ const std::set<std::string, std::less<>>* YapDatabaseColumnIndex::allowedCollect
     return options_.allowedCollections ? &*options_.allowedCollections : nullptr;
 }
 
+const std::set<std::string, std::less<>>* YapDatabaseColumnIndex::collectionsWithDependents()
+    const {
+    return &options_.dependents.collections;
+}
+
 bool YapDatabaseColumnIndex::createTables(YapDatabaseExtensionContext& context, Error* error) {
     return table(context)->create(error);
 }

@@ -79,6 +79,7 @@ public:
 
     const std::vector<std::string>& columnNames() const noexcept { return columnNames_; }
     const std::set<std::string, std::less<>>* allowedCollections() const override;
+    const std::set<std::string, std::less<>>* collectionsWithDependents() const override;
 
     bool createTables(YapDatabaseExtensionContext& context, Error* error) override;
     bool dropTables(YapDatabaseExtensionContext& context, Error* error) override;

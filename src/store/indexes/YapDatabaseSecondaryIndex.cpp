@@ -63,10 +63,10 @@ public:
         report(error, detail::extensionFailure("A secondary index needs a column."));
         return false;
     }
-    bool finishFilling(Error* error) override {
+    bool finishFilling(YapDatabaseExtensionContext& context, Error* error) override {
         for (std::size_t i = 0; i < columns().size(); ++i) {
             const std::string index = std::string(suffix) + "_" + std::to_string(i);
-            if (!execute("CREATE INDEX " + context().tableName(index) + " ON " + name() + "(" +
+            if (!execute("CREATE INDEX " + context.tableName(index) + " ON " + name() + "(" +
                              detail::quotedIdentifier(columns()[i].name) + ")",
                          error))
                 return false;

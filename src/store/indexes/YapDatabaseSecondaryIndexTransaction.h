@@ -21,6 +21,8 @@ enum class YapDatabaseAggregateFunction { minimum, maximum, sum, average };
 ///
 /// A query that SQLite does not understand or that is not allowed, and a failure of the file, give
 /// false: nothing else happens, and the cause goes to the error, or to the log where none is given.
+/// So does a list for IN with more members than SQLite has parameters (32,766). What a block throws
+/// passes through.
 class QSML_EXPORT YapDatabaseSecondaryIndexTransaction final
     : public YapDatabaseColumnIndexTransaction {
 public:

@@ -50,7 +50,7 @@ void RebuildRun::tell() {
 void RebuildRun::finish(bool wasStored, std::string why) {
     total_ = done_;  // also where a damaged row could not be read
     tell();
-    if (done_ == 0) return;
+    if (done_ == 0 && !mustTell_) return;
     if (why.back() == '.') why.pop_back();
     const double milliseconds = (Clock::shared().monotonicSeconds() - start_) * 1000;
     connection_.active().rebuildLines.push_back(

@@ -22,6 +22,9 @@ public:
     bool didRead();
     /// Begins again, after a failure.
     void restart();
+    /// What was stored is replaced by something of another kind: the log tells it also without
+    /// rows.
+    void mustTell() { mustTell_ = true; }
     /// It is built. A line for the log, after the commit; none when there were no rows. `why` is a
     /// sentence without its capital.
     void finish(bool wasStored, std::string why);
@@ -35,6 +38,7 @@ private:
     std::uint64_t done_ = 0;
     std::uint64_t total_ = 0;  // counted only for a host that wants to know
     bool hasThrown_ = false;
+    bool mustTell_ = false;
 };
 
 }  // namespace qsml::detail

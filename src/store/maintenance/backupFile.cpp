@@ -1,14 +1,11 @@
 #include "store/maintenance/backupFile.h"
 
-#include <fcntl.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <memory>
 #include <optional>
-#include <system_error>
 
 #include "foundation/Log.h"
 #include "store/detail/DatabaseFile.h"
@@ -26,11 +23,6 @@ constexpr int pagesPerStep = 256;  // 2 MiB
 struct FinishBackup {
     void operator()(sqlite3_backup* backup) const noexcept { sqlite3_backup_finish(backup); }
 };
-
-bool failWithSystem(const std::string& path, int code, Error* error) {
-    report(error, fileError(code, path, "backed up", std::generic_category().message(code)));
-    return false;
-}
 
 bool isThere(const std::string& path) {
     struct stat facts {};
@@ -121,28 +113,6 @@ bool verifyCopy(const std::string& path, const BackupRequest& request, const Loo
     return false;
 }
 
-bool sync(const std::string& path, int flags, Error* error) {
-    const int descriptor = ::open(path.c_str(), flags | O_CLOEXEC | O_NOFOLLOW);
-    if (descriptor < 0) return failWithSystem(path, errno, error);
-    const int code = ::fsync(descriptor) == 0 ? 0 : errno;
-    ::close(descriptor);
-    return code == 0 || failWithSystem(path, code, error);
-}
-
-/// Gives the file its name, where nothing has it. The other name goes with the temporary file.
-bool publish(const std::string& partial, const std::string& path, Error* error) {
-    if (::link(partial.c_str(), path.c_str()) != 0) {
-        const int code = errno;
-        const bool hasLinks = code != EPERM && code != ENOTSUP && code != ENOSYS;
-        if (hasLinks || !isFree(path, error)) return failWithSystem(path, code, error);
-        if (::rename(partial.c_str(), path.c_str()) != 0) return failWithSystem(path, errno, error);
-    }
-    const std::string folder = path.substr(0, path.rfind('/') + 1);
-    if (sync(folder, O_RDONLY | O_DIRECTORY, error)) return true;
-    ::unlink(path.c_str());
-    return false;
-}
-
 }  // namespace
 
 bool backupFile(const BackupRequest& request, Error* error) {
@@ -153,7 +123,8 @@ bool backupFile(const BackupRequest& request, Error* error) {
     const TemporaryDatabaseFile partial(*path + ".partial");
     const auto look = fillCopy(partial.path(), request, error);
     return look && verifyCopy(partial.path(), request, *look, error) &&
-           sync(partial.path(), O_RDWR, error) && publish(partial.path(), *path, error);
+           syncToDisk(partial.path(), false, "backed up", error) &&
+           giveName(partial.path(), *path, "backed up", error);
 }
 
 }  // namespace qsml::detail

@@ -3,7 +3,6 @@
 #include <sqlite3.h>
 
 #include <cstdint>
-#include <cstdio>
 #include <memory>
 #include <optional>
 #include <string>
@@ -65,10 +64,49 @@ bool takeOver(SqliteHandle& database, SqliteHandle& copy, SqliteHandle& watch,
     return false;
 }
 
+/// A name that nobody removes; nothing where it cannot be given one.
+std::optional<std::string> rescuedName(const std::string& copy, const std::string& path) {
+    constexpr int names = 100;
+    Error taken;
+    for (int number = 1; number <= names; ++number) {
+        const std::string name =
+            path + "-rescued" + (number == 1 ? "" : "-" + std::to_string(number));
+        if (giveName(copy, name, "compacted", &taken)) return name;
+        if (taken.code != static_cast<std::int64_t>(YapDatabaseErrorCode::alreadyThere)) break;
+    }
+    return std::nullopt;
+}
+
+/// False with an error that says where the copy is; it stays for whoever may need it.
+bool keepCopy(TemporaryDatabaseFile& copy, const std::string& path, const Error& cause,
+              Error* error) {
+    copy.keep();
+    (void)syncToDisk(copy.path(), false, "compacted", nullptr);
+    const auto name = rescuedName(copy.path(), path);
+    if (name) removeDatabaseFiles(copy.path());
+    const std::string place =
+        name ? "\"" + *name + "\"" : "\"" + copy.path() + "\" (the next compaction removes it)";
+    report(error, fileError(SQLITE_IOERR, path, "compacted",
+                            "what was written back does not read as it should. The whole content "
+                            "is also in " +
+                                place +
+                                ": if the file has faults, close it and put "
+                                "that in its place. " +
+                                cause.description));
+    return false;
+}
+
+/// Whether the file, as it is now, says what it said before.
+bool readsBack(const std::string& path, const SqliteSettings& settings, std::uint64_t content,
+               Error* error) {
+    SqliteHandle taken = SqliteHandle::open(path, settings, error);
+    return taken && contentOf(taken, content, "compacted", error) == Content::same;
+}
+
 }  // namespace
 
 bool compactFile(const std::string& path, const SqliteSettings& settings, Error* error) {
-    const TemporaryDatabaseFile file(path + "-compact");
+    TemporaryDatabaseFile file(path + "-compact");
     removeDatabaseFiles(file.path());  // what a crash has left
     if (!createPrivateFile(file.path(), "compacted", error)) return false;
     SqliteHandle watch = SqliteHandle::open(path, settings, error);
@@ -85,22 +123,15 @@ bool compactFile(const std::string& path, const SqliteSettings& settings, Error*
     if (!copy || contentOf(copy, *content, "compacted", error) != Content::same ||
         !takeOver(database, copy, watch, *version, error))
         return false;
-    SqliteHandle taken = SqliteHandle::open(path, settings, error);
-    if (!taken) return false;
-    const Content now = contentOf(taken, *content, "compacted", error);
-    if (now != Content::different) return now == Content::same;
-    Error second;  // once more, from the copy that was found good
-    if (takeOver(database, copy, watch, dataVersion(watch).value_or(0), &second) &&
-        contentOf(taken, *content, "compacted", &second) == Content::same) {
-        if (error) *error = {};
+    Error cause;
+    const auto written = dataVersion(watch);
+    if (readsBack(path, settings, *content, &cause)) return true;
+    // Once more, from the copy that was found good, unless somebody has written since.
+    if (written && takeOver(database, copy, watch, *written, &cause) &&
+        readsBack(path, settings, *content, &cause))
         return true;
-    }
-    const std::string rescued = path + "-rescued";  // under this name nobody removes it
-    if (std::rename(file.path().c_str(), rescued.c_str()) != 0) return false;
-    report(error, fileError(SQLITE_IOERR, path, "compacted",
-                            "what was written back is damaged; the whole library is in " + rescued +
-                                ": put it in the place of the file"));
-    return false;
+    copy.close();
+    return keepCopy(file, path, cause, error);
 }
 
 }  // namespace qsml::detail

@@ -122,8 +122,7 @@ bool removeDamagedRows(ConnectionCore& connection, const KeepBlock& keep, std::u
     readFromTheFile(connection);
     if (!removeRows(connection, rowids, count)) return failedRead(connection, error);
     if (*count == 0) return true;
-    return rebuildExtensions(connection, connection.database().registeredExtensions(), error) &&
-           markOrphans(connection, error);
+    return rebuildExtensions(connection, Missing::stay, error) && markOrphans(connection, error);
 }
 
 }  // namespace qsml::detail

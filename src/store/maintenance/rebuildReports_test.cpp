@@ -72,6 +72,17 @@ TEST_F(GivenRowsToBuildFrom, WhenThereAreNoRowsThenNothingIsSaid) {
     EXPECT_EQ(linesOf(make()), Reports());
 }
 
+TEST_F(GivenRowsToBuildFrom, WhenItReplacesAnotherKindThenThatIsSaidAlsoWithoutRows) {
+    ASSERT_TRUE(store_.connection().readWrite(
+        [](auto& transaction) { transaction.removeAllObjectsInCollection("texts"); }));
+    linesOf(make());
+    ASSERT_TRUE(store_.open());
+    const auto other = make();
+    other->kindName = "other";
+    EXPECT_EQ(linesOf(other), Reports{"The extension \"lengths\" was rebuilt from 0 rows in 250 ms:"
+                                      " its kind was \"lengths\" and is \"other\"."});
+}
+
 TEST_F(GivenRowsToBuildFrom, WhenSomethingDiffersThenTheLineSaysWhat) {
     linesOf(make());
     ASSERT_TRUE(store_.open());

@@ -1,4 +1,5 @@
 #pragma once
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <set>
@@ -11,6 +12,9 @@ namespace qsml {
 struct YapDatabaseRelationshipOptions {
     /// Whose objects are asked for edges; nothing means all. Any row may be a destination.
     std::optional<std::set<std::string, std::less<>>> allowedCollections;
+    /// How often one commit goes round telling objects of the edges that answers to the round
+    /// before have taken away. More are objects that answer each other for ever: the commit fails.
+    std::uint64_t noticeRounds = 1'000'000;
 };
 
 /// The graph of edges between rows, and what becomes of a row when another goes.

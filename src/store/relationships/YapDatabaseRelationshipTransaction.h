@@ -59,7 +59,8 @@ public:
     std::uint64_t edgeCount(const Query& query, Error* error = nullptr);
 
     /// Adds a manual edge, or gives the one of that name and those ends other rules. The
-    /// destination need not exist. False when the source does not exist, or a key is nil.
+    /// destination need not exist. False when the source does not exist, or a key is nil. This and
+    /// removeEdge throw a YapDatabaseException in a read transaction.
     bool addEdge(const Edge& edge, const YapDatabaseCollectionKey& source);
     /// Removes a manual edge; its rules in `edge` are not looked at. `processing` says which of its
     /// stored rules run at the flush: none (edgeDeleted), or those for a source or destination that
@@ -67,7 +68,8 @@ public:
     bool removeEdge(const Edge& edge, const YapDatabaseCollectionKey& source,
                     Reason processing = Reason::edgeDeleted);
 
-    /// Stores what the write has declared and carries out the rules now.
+    /// Stores what the write has declared and carries out the rules now. In a read transaction
+    /// there is nothing to do.
     bool flush(Error* error = nullptr) override;
 
     void didInsertRow(const YapDatabaseRow& row) override;

@@ -43,6 +43,10 @@ const std::set<std::string, std::less<>>* YapDatabaseAutoView::allowedCollection
     return options_.allowedCollections ? &*options_.allowedCollections : nullptr;
 }
 
+const std::set<std::string, std::less<>>* YapDatabaseAutoView::collectionsWithDependents() const {
+    return &sorting_.list.collections;
+}
+
 bool YapDatabaseAutoView::createTables(YapDatabaseExtensionContext& context, Error* error) {
     return detail::ViewTable(context).create(error);
 }

@@ -26,6 +26,7 @@ public:
     std::int64_t formatVersion() const override { return 1; }
     std::string configuration() const override;
     const std::set<std::string, std::less<>>* allowedCollections() const override;
+    const std::set<std::string, std::less<>>* collectionsWithDependents() const override;
 
     bool createTables(YapDatabaseExtensionContext& context, Error* error) override;
     bool dropTables(YapDatabaseExtensionContext& context, Error* error) override;

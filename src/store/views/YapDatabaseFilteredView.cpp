@@ -61,15 +61,10 @@ private:
 YapDatabaseFilteredView::YapDatabaseFilteredView(std::string parentViewName,
                                                  YapDatabaseViewFiltering filtering,
                                                  std::string versionTag)
-    : YapDatabaseExtension(std::move(versionTag)),
-      parentViewName_(std::move(parentViewName)),
+    : YapDatabaseViewInMemory({std::move(parentViewName)}, std::move(versionTag)),
       filtering_(std::move(filtering)) {}
 
 YapDatabaseFilteredView::~YapDatabaseFilteredView() = default;
-
-const std::set<std::string, std::less<>>* YapDatabaseFilteredView::allowedCollections() const {
-    return detail::noCollections();
-}
 
 std::shared_ptr<const YapDatabaseExtensionState> YapDatabaseFilteredView::loadState(
     YapDatabaseExtensionContext& context, Error* error) {

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "store/YapDatabaseExtension.h"
+#include "store/views/YapDatabaseViewInMemory.h"
 #include "store/views/YapDatabaseViewTransaction.h"
 
 namespace qsml {
@@ -18,25 +18,15 @@ using YapDatabaseViewFiltering =
 
 /// Some of the rows of a parent view, in its groups and order. Kept in memory: nothing of it is in
 /// the file, and it is made anew from the parent when it is registered and after commits of another
-/// process.
-class QSML_EXPORT YapDatabaseFilteredView final : public YapDatabaseExtension {
+/// process. versionTag() is that of the filter it was registered with; the transaction tells the
+/// one in force.
+class QSML_EXPORT YapDatabaseFilteredView final : public YapDatabaseViewInMemory {
 public:
     YapDatabaseFilteredView(std::string parentViewName, YapDatabaseViewFiltering filtering,
                             std::string versionTag = "");
     ~YapDatabaseFilteredView() override;
 
-    const std::string& parentViewName() const noexcept { return parentViewName_; }
-
     std::string kind() const override { return "YapDatabaseFilteredView"; }
-    std::int64_t formatVersion() const override { return 1; }
-    bool isPersistent() const override { return false; }
-    std::vector<std::string> parents() const override { return {parentViewName_}; }
-    /// It follows its parent, not the rows.
-    const std::set<std::string, std::less<>>* allowedCollections() const override;
-
-    bool createTables(YapDatabaseExtensionContext&, Error*) override { return true; }
-    bool dropTables(YapDatabaseExtensionContext&, Error*) override { return true; }
-    bool fill(YapDatabaseExtensionContext&, Error*) override { return true; }
     std::shared_ptr<const YapDatabaseExtensionState> loadState(YapDatabaseExtensionContext& context,
                                                                Error* error) override;
     std::shared_ptr<const YapDatabaseExtensionState> reloadState(
@@ -54,7 +44,6 @@ public:
                Error* error) override;
 
 private:
-    std::string parentViewName_;
     YapDatabaseViewFiltering filtering_;
 };
 

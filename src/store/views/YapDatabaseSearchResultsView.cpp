@@ -90,9 +90,8 @@ private:
 YapDatabaseSearchResultsView::YapDatabaseSearchResultsView(std::string fullTextSearchName,
                                                            std::string parentViewName,
                                                            std::string versionTag, Options options)
-    : YapDatabaseExtension(std::move(versionTag)),
-      fullTextSearchName_(std::move(fullTextSearchName)),
-      parentViewName_(std::move(parentViewName)),
+    : YapDatabaseViewInMemory({std::move(fullTextSearchName), std::move(parentViewName)},
+                              std::move(versionTag)),
       options_(std::move(options)) {}
 
 YapDatabaseSearchResultsView::~YapDatabaseSearchResultsView() = default;
@@ -100,10 +99,6 @@ YapDatabaseSearchResultsView::~YapDatabaseSearchResultsView() = default;
 bool YapDatabaseSearchResultsView::isAllowed(std::string_view group) const {
     return !options_.allowedGroups ||
            options_.allowedGroups->find(group) != options_.allowedGroups->end();
-}
-
-const std::set<std::string, std::less<>>* YapDatabaseSearchResultsView::allowedCollections() const {
-    return detail::noCollections();
 }
 
 std::shared_ptr<const YapDatabaseExtensionState> YapDatabaseSearchResultsView::loadState(

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "store/YapDatabaseExtension.h"
+#include "store/views/YapDatabaseViewInMemory.h"
 #include "store/views/YapDatabaseViewTransaction.h"
 
 namespace qsml {
@@ -18,7 +18,7 @@ struct YapDatabaseSearchResultsViewOptions {
 
 /// The rows of a parent view that match a full-text query, in the parent's groups and order. Stays
 /// in step with the rows between searches. Kept in memory: empty until the first search of a run.
-class QSML_EXPORT YapDatabaseSearchResultsView final : public YapDatabaseExtension {
+class QSML_EXPORT YapDatabaseSearchResultsView final : public YapDatabaseViewInMemory {
 public:
     using Options = YapDatabaseSearchResultsViewOptions;
 
@@ -26,22 +26,10 @@ public:
                                  std::string versionTag = "", Options options = {});
     ~YapDatabaseSearchResultsView() override;
 
-    const std::string& fullTextSearchName() const noexcept { return fullTextSearchName_; }
-    const std::string& parentViewName() const noexcept { return parentViewName_; }
+    const std::string& fullTextSearchName() const noexcept { return firstParentName(); }
     bool isAllowed(std::string_view group) const;
 
     std::string kind() const override { return "YapDatabaseSearchResultsView"; }
-    std::int64_t formatVersion() const override { return 1; }
-    bool isPersistent() const override { return false; }
-    std::vector<std::string> parents() const override {
-        return {fullTextSearchName_, parentViewName_};
-    }
-    /// It follows its parents, not the rows.
-    const std::set<std::string, std::less<>>* allowedCollections() const override;
-
-    bool createTables(YapDatabaseExtensionContext&, Error*) override { return true; }
-    bool dropTables(YapDatabaseExtensionContext&, Error*) override { return true; }
-    bool fill(YapDatabaseExtensionContext&, Error*) override { return true; }
     std::shared_ptr<const YapDatabaseExtensionState> loadState(YapDatabaseExtensionContext& context,
                                                                Error* error) override;
     std::shared_ptr<const YapDatabaseExtensionState> reloadState(
@@ -56,8 +44,6 @@ public:
                Error* error) override;
 
 private:
-    std::string fullTextSearchName_;
-    std::string parentViewName_;
     Options options_;
 };
 

@@ -26,9 +26,11 @@ struct YapDatabaseViewOperation {
     /// Null keys where a filter or a search let the row in or out: reading thousands of keys would
     /// keep everybody waiting who only wants to know places.
     YapDatabaseCollectionKey row;
-    std::optional<YapDatabaseViewPlace> before;  ///< before the commit; nothing: it was not there
-    std::optional<YapDatabaseViewPlace> after;   ///< after the commit; nothing: it is gone
-    unsigned flags = 0;                          ///< YapDatabaseViewChangesBits
+    /// Before the commit; nothing: it was not there.
+    std::optional<YapDatabaseViewPlace> before = {};
+    /// After the commit; nothing: it is gone.
+    std::optional<YapDatabaseViewPlace> after = {};
+    unsigned flags = 0;  ///< YapDatabaseViewChangesBits
     /// The ids of the row; they differ where it went and came back under its key. 0: it was not
     /// there, is gone, or the id is unknown.
     std::int64_t rowidBefore = 0;

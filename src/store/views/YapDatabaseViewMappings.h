@@ -79,13 +79,15 @@ public:
     /// Nothing where the group is not mapped or not visible, or the index not in its range.
     std::optional<IndexPath> indexPathForPlace(const YapDatabaseViewPlace& place) const;
 
-    /// Where the group stands in allGroups().
-    std::optional<std::size_t> positionOfGroup(std::string_view group) const;
-    /// Of the group at a position in allGroups(): what of it a visible section shows.
-    /// Of the last update; null where there was none.
+    /// What memory had of the view at the last update; null where there was none.
     const std::shared_ptr<const YapDatabaseExtensionState>& keptState() const noexcept {
         return keptState_;
     }
+
+    /// Where the group stands in allGroups().
+    std::optional<std::size_t> positionOfGroup(std::string_view group) const;
+    // Of the group at a position in allGroups(), which must exist.
+    /// What of it a section shows, as far as the last update saw.
     Range rangeAtPosition(std::size_t position) const { return states_[position].range; }
     /// Nothing while it is not visible.
     std::optional<std::uint64_t> sectionAtPosition(std::size_t position) const {
@@ -107,13 +109,13 @@ private:
     YapDatabaseViewMappings(const YapDatabaseViewMappings&) = default;
     void showSections();
 
-    std::shared_ptr<const YapDatabaseExtensionState> keptState_;
     std::string view_;
     std::vector<String> groups_;
     std::shared_ptr<const Positions> positions_;
     std::vector<GroupState> states_;  // of groups_
     std::vector<String> visibleGroups_;
     std::uint64_t snapshot_ = noSnapshot;
+    std::shared_ptr<const YapDatabaseExtensionState> keptState_;
 };
 
 }  // namespace qsml

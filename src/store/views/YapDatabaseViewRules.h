@@ -42,7 +42,9 @@ struct YapDatabaseViewSorting {
                               const YapDatabaseRow& row)>
         sortKey = {};
     /// What the sort keys depend on besides the rows, as the locale and the version of its rules: a
-    /// library that comes with another is sorted anew when the view is registered.
+    /// library that comes with another is sorted anew when the view is registered. While it is
+    /// registered nothing of this may change: capture a Collation rather than ask for the current
+    /// locale.
     std::string identity = {};
     YapDatabaseViewListOrder list = {};
 

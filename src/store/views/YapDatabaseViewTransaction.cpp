@@ -1,12 +1,12 @@
 #include "store/views/YapDatabaseViewTransaction.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "foundation/Log.h"
 #include "store/detail/StatementRun.h"
 #include "store/views/YapDatabaseViewMappings.h"
 #include "store/views/detail/ViewFailure.h"
-#include "store/views/detail/ViewRowChange.h"
 #include "store/views/detail/ViewState.h"
 #include "store/views/detail/comparedStates.h"
 #include "store/views/detail/mappedChanges.h"
@@ -199,7 +199,59 @@ bool isComplete(const YapDatabaseNotifications& notifications, std::uint64_t fro
     return expected == to;
 }
 
+bool areAnyForeign(const YapDatabaseNotifications& notifications) {
+    return std::any_of(notifications.begin(), notifications.end(),
+                       [](const auto& commit) { return commit->isForeign; });
+}
+
+/// Those that lie behind what the mappings show.
+YapDatabaseNotifications unseen(const YapDatabaseNotifications& notifications,
+                                const YapDatabaseViewMappings& mappings) {
+    const std::uint64_t seen = mappings.snapshotOfLastUpdate();
+    if (seen == YapDatabaseViewMappings::noSnapshot) return notifications;
+    YapDatabaseNotifications later;
+    std::copy_if(notifications.begin(), notifications.end(), std::back_inserter(later),
+                 [&](const auto& commit) { return commit->snapshot > seen; });
+    return later;
+}
+
+/// What the notifications say of a view; oldest first.
+std::vector<const YapDatabaseViewChanges*> changesOf(
+    std::string_view view, const YapDatabaseNotifications& notifications) {
+    std::vector<const YapDatabaseViewChanges*> changes;
+    for (const auto& commit : notifications) {
+        const auto found = commit->extensions.find(view);
+        if (found == commit->extensions.end()) continue;
+        if (const auto* of = dynamic_cast<const YapDatabaseViewChanges*>(found->second.get()))
+            changes.push_back(of);
+    }
+    return changes;
+}
+
 }  // namespace
+
+bool YapDatabaseViewTransaction::hasChangesForNotifications(std::string_view view,
+                                                            const YapDatabaseNotifications& list) {
+    return areAnyForeign(list) || !changesOf(view, list).empty();
+}
+
+bool YapDatabaseViewTransaction::hasChangesForGroup(std::string_view group, std::string_view view,
+                                                    const YapDatabaseNotifications& list) {
+    return hasChangesForAnyGroups({group}, view, list);
+}
+
+bool YapDatabaseViewTransaction::hasChangesForAnyGroups(const std::vector<String>& groups,
+                                                        std::string_view view,
+                                                        const YapDatabaseNotifications& list) {
+    if (areAnyForeign(list)) return !groups.empty();
+    const auto isAsked = [&](const std::optional<YapDatabaseViewPlace>& place) {
+        return place && std::find(groups.begin(), groups.end(), place->group) != groups.end();
+    };
+    for (const YapDatabaseViewChanges* changes : changesOf(view, list))
+        for (const YapDatabaseViewOperation& operation : changes->operations())
+            if (isAsked(operation.before) || isAsked(operation.after)) return true;
+    return false;
+}
 
 void YapDatabaseViewTransaction::getSectionChanges(
     std::vector<YapDatabaseViewSectionChange>* sections,
@@ -207,33 +259,23 @@ void YapDatabaseViewTransaction::getSectionChanges(
     YapDatabaseViewMappings& mappings) {
     sections->clear();
     rows->clear();
-    if (notifications.empty()) return;
+    const auto commits = unseen(notifications, mappings);
+    if (commits.empty()) return;
     const auto before = mappings.copy();
     const std::uint64_t snapshot = context_.transaction().snapshot();
     mappings.update(this, snapshot);
-    if (!isComplete(notifications, before->snapshotOfLastUpdate(), snapshot)) {
-        const bool isForeign = std::any_of(notifications.begin(), notifications.end(),
-                                           [](const auto& commit) { return commit->isForeign; });
-        bool isCompared = false;
-        if (isForeign)
-            ask([&] {
-                isCompared = detail::comparedStates(*before, mappings, *this, sections, rows);
-            });
-        else
-            log("Warning: the mappings of the view \"" + mappings.view() +
-                "\" are not on the snapshot before the notifications; the whole list is replaced.");
-        if (isCompared) return;
-        detail::mappedReplacement(*before, mappings, *this, sections, rows);
+    if (isComplete(commits, before->snapshotOfLastUpdate(), snapshot)) {
+        detail::mappedChanges(*before, mappings, changesOf(mappings.view(), commits), *this,
+                              sections, rows);
         return;
     }
-    std::vector<const YapDatabaseViewChanges*> changes;
-    for (const auto& commit : notifications) {
-        const auto found = commit->extensions.find(mappings.view());
-        if (found == commit->extensions.end()) continue;
-        if (const auto* of = dynamic_cast<const YapDatabaseViewChanges*>(found->second.get()))
-            changes.push_back(of);
-    }
-    detail::mappedChanges(*before, mappings, changes, *this, sections, rows);
+    bool isCompared = false;
+    if (areAnyForeign(commits))
+        ask([&] { isCompared = detail::comparedStates(*before, mappings, *this, sections, rows); });
+    else
+        log("Warning: the mappings of the view \"" + mappings.view() +
+            "\" are not on the snapshot before the notifications; the whole list is replaced.");
+    if (!isCompared) detail::mappedReplacement(*before, mappings, *this, sections, rows);
 }
 
 }  // namespace qsml

@@ -18,7 +18,6 @@ class YapDatabaseViewMappings;
 namespace detail {
 class ViewNodeSource;
 class ViewState;
-struct ViewRowChange;
 }  // namespace detail
 
 /// Which part of a group an enumeration walks over, and how.
@@ -93,15 +92,29 @@ public:
                                              const YapDatabaseViewMappings& mappings);
 
     /// Moves the mappings to this snapshot and tells what a list must do that showed them before:
-    /// see YapDatabaseViewRowChange.h. The notifications are those of the connection's move. With
-    /// an empty list nothing happens. After commits of other processes every row that stayed counts
-    /// as updated. There, when the view was not in memory as a whole, and where mappings and
-    /// notifications do not fit together, everything that was shown is deleted and everything that
-    /// is to be shown inserted.
+    /// see YapDatabaseViewRowChange.h. The notifications are those of the connection's move; where
+    /// there are none, or none that the mappings have not seen, nothing happens.
+    ///
+    /// After commits of other processes both states are compared. Which rows were written is then
+    /// unknown: each that stayed counts as updated, and one that was removed and written anew under
+    /// its key is a deletion, without its key, and an insertion. There, where more than 20000 rows
+    /// are shown or the view was not in memory as a whole, and where mappings and notifications do
+    /// not fit together, everything that was shown is deleted, without its keys, and everything
+    /// that is to be shown inserted.
     void getSectionChanges(std::vector<YapDatabaseViewSectionChange>* sections,
                            std::vector<YapDatabaseViewRowChange>* rows,
                            const YapDatabaseNotifications& notifications,
                            YapDatabaseViewMappings& mappings);
+
+    // Questions to a notification list about the view of that name, which need no transaction and
+    // move nothing: whether rows came, went, moved or are to be shown again. True after commits of
+    // other processes.
+    static bool hasChangesForNotifications(std::string_view view,
+                                           const YapDatabaseNotifications& list);
+    static bool hasChangesForGroup(std::string_view group, std::string_view view,
+                                   const YapDatabaseNotifications& list);
+    static bool hasChangesForAnyGroups(const std::vector<String>& groups, std::string_view view,
+                                       const YapDatabaseNotifications& list);
 
     // For views on views.
 
@@ -110,7 +123,7 @@ public:
     virtual detail::ViewNodeSource& source() = 0;
     /// What the transaction did to the view so far, against the snapshot that it began with; valid
     /// until it does more. The number changes with it; 0: nothing. Throws detail::ViewFailure.
-    virtual const std::vector<detail::ViewRowChange>& rowChanges() = 0;
+    virtual const std::vector<YapDatabaseViewOperation>& rowChanges() = 0;
     virtual std::uint64_t changeNumber() = 0;
     /// Throws detail::ViewFailure.
     virtual std::optional<YapDatabaseViewPlace> placeOfRow(std::int64_t rowid) = 0;

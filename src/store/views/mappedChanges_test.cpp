@@ -3,6 +3,7 @@
 
 #include "store/views/detail/mappedChanges.h"
 #include "store/views/testing/EditableView.h"
+#include "store/views/testing/changeTexts.h"
 
 namespace qsml {
 namespace {
@@ -11,17 +12,6 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using Options = YapDatabaseViewRangeOptions;
 using Type = YapDatabaseViewChangeType;
-
-std::string textOf(const std::optional<IndexPath>& path) {
-    if (!path) return "-";
-    return std::to_string(path->section) + "." + std::to_string(path->row);
-}
-
-std::string textOf(const YapDatabaseViewRowChange& change) {
-    static const char* const names[] = {"", "insert ", "delete ", "move ", "update "};
-    return names[static_cast<int>(change.type)] + change.row.key.str() + " " +
-           textOf(change.indexPath) + " " + textOf(change.newIndexPath);
-}
 
 /// Sections: letters, digits, signs.
 class GivenAListOfAView : public ::testing::Test {
@@ -44,11 +34,7 @@ protected:
         commits_.clear();
         return texts();
     }
-    std::vector<std::string> texts() const {
-        std::vector<std::string> texts;
-        for (const auto& row : rows_) texts.push_back(textOf(row));
-        return texts;
-    }
+    std::vector<std::string> texts() const { return textsOf(rows_); }
     std::vector<std::string> sections() const {
         std::vector<std::string> texts;
         for (const auto& section : sections_)

@@ -33,6 +33,9 @@ public:
     std::int64_t formatVersion() const override { return 1; }
     std::string configuration() const override { return columns; }
     std::vector<std::string> parents() const override { return needed; }
+    const std::set<std::string, std::less<>>* collectionsWithDependents() const override {
+        return nullptr;
+    }
     const std::set<std::string, std::less<>>* allowedCollections() const override {
         static const std::set<std::string, std::less<>> allowed{"texts"};
         return &allowed;

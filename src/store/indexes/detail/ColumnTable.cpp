@@ -8,8 +8,8 @@ namespace qsml::detail {
 
 ColumnTable::ColumnTable(YapDatabaseExtensionContext& context, std::string_view suffix,
                          std::vector<TableColumn> columns)
-    : context_(context),
-      statements_(StatementCache::of(context.handle())),
+    : handle_(context.handle()),
+      statements_(StatementCache::of(handle_)),
       name_(context.tableName(suffix)),
       columns_(std::move(columns)) {
     const auto parameter = [](std::size_t i) { return "?" + std::to_string(i + 2); };
@@ -39,9 +39,8 @@ std::string ColumnTable::joined(std::string_view separator,
 }
 
 bool ColumnTable::execute(const std::string& sql, Error* error) {
-    if (sqlite3_exec(context_.handle(), sql.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK)
-        return true;
-    report(error, failureOf(context_.handle(), "changed"));
+    if (sqlite3_exec(handle_, sql.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK) return true;
+    report(error, failureOf(handle_, "changed"));
     return false;
 }
 
@@ -101,7 +100,7 @@ bool ColumnTable::replace(std::int64_t rowid, const Values& values, Error* error
 bool ColumnTable::remove(std::int64_t rowid, bool* wasThere, Error* error) {
     StatementRun run(statements_, removeText_);
     if (!finish(run.bind(1, rowid), error)) return false;
-    *wasThere = sqlite3_changes(context_.handle()) > 0;
+    *wasThere = sqlite3_changes(handle_) > 0;
     return true;
 }
 

@@ -16,8 +16,8 @@ struct TableColumn {
     std::string_view type = {};
 };
 
-/// The table of an index: row id and columns of every row that has some. Confined to a transaction.
-/// What answers false fills the error.
+/// The table of an index: row id and columns of every row that has some. Confined to its
+/// connection, where it may stay for the next transaction. What answers false fills the error.
 class ColumnTable {
 public:
     using Values = std::vector<Value>;
@@ -36,7 +36,7 @@ public:
     virtual bool create(Error* error);
     virtual bool drop(Error* error);
     /// After all rows are in.
-    virtual bool finishFilling(Error*) { return true; }
+    virtual bool finishFilling(YapDatabaseExtensionContext&, Error*) { return true; }
     /// Makes the values those that can be stored.
     virtual void normalize(Values& values) const;
 
@@ -48,10 +48,10 @@ public:
     /// Ascending.
     bool enumerateRowids(const std::function<void(std::int64_t)>& block, Error* error);
     /// Reports whatever else than the columns is wrong.
-    virtual bool verify(const Fault&, Error*) { return true; }
+    virtual bool verify(YapDatabaseExtensionContext&, const Fault&, Error*) { return true; }
 
 protected:
-    YapDatabaseExtensionContext& context() noexcept { return context_; }
+    sqlite3* handle() const noexcept { return handle_; }
     const std::vector<TableColumn>& columns() const noexcept { return columns_; }
     /// A text for each column, with the separator between them.
     std::string joined(std::string_view separator,
@@ -62,7 +62,7 @@ protected:
     static bool finish(StatementRun& run, Error* error);
 
 private:
-    YapDatabaseExtensionContext& context_;
+    sqlite3* handle_;
     StatementCache& statements_;
     std::string name_;
     std::vector<TableColumn> columns_;

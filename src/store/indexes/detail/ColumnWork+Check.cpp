@@ -60,7 +60,7 @@ bool ColumnWork::check(const Fault& fault, Error* error) {
     }
     std::sort(expected.begin(), expected.end());
     const auto ofTheWhole = [&](std::string_view description) { fault("", "", description); };
-    return checkStrayRows(expected, fault, error) && table().verify(ofTheWhole, error);
+    return checkStrayRows(expected, fault, error) && table().verify(context_, ofTheWhole, error);
 }
 
 }  // namespace qsml::detail

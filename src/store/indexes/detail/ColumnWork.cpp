@@ -15,7 +15,10 @@ ColumnWork::ColumnWork(const YapDatabaseColumnIndex& index, YapDatabaseExtension
 ColumnWork::~ColumnWork() = default;
 
 ColumnTable& ColumnWork::table() {
-    if (!table_) table_ = index_.table(context_);
+    if (table_) return *table_;
+    std::shared_ptr<void>& slot = context_.slot();
+    if (!slot) slot = std::shared_ptr<ColumnTable>(index_.table(context_));
+    table_ = std::static_pointer_cast<ColumnTable>(slot);
     return *table_;
 }
 
@@ -26,8 +29,7 @@ bool ColumnWork::isAllowed(std::string_view collection) const {
 
 void ColumnWork::noteDependents(const YapDatabaseRow& row) {
     const YapDatabaseDependents& declared = index_.options_.dependents;
-    if (!declared.rows || declared.collections.find(row.collection) == declared.collections.end())
-        return;
+    if (!declared.rows) return;
     const auto trouble = troubleOf([&] {
         for (YapDatabaseCollectionKey& one : declared.rows(context_.transaction(), row))
             if (one.key && isAllowed(one.collection))
@@ -177,7 +179,7 @@ bool ColumnWork::fill(Error* error) {
         computeForWriting(row);
         if (!values_.isEmpty()) table().insert(row.rowid, values_.values(), &failure_);
     });
-    if (!hasRead() || !table().finishFilling(&failure_)) {
+    if (!hasRead() || !table().finishFilling(context_, &failure_)) {
         report(error, failure_);
         return false;
     }

@@ -70,7 +70,7 @@ private:
 
     const YapDatabaseColumnIndex& index_;
     YapDatabaseExtensionContext& context_;
-    std::unique_ptr<ColumnTable> table_;
+    std::shared_ptr<ColumnTable> table_;
     YapDatabaseColumnValues values_;
     std::vector<Noted> noted_;
     std::set<std::pair<String, String>> dependents_;

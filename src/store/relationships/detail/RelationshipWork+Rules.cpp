@@ -3,6 +3,7 @@
 #include <unordered_set>
 
 #include "store/YapDatabaseOptions.h"
+#include "store/relationships/YapDatabaseRelationship.h"
 #include "store/relationships/detail/RelationshipWork.h"
 
 namespace qsml::detail {
@@ -12,9 +13,6 @@ namespace {
 using Rules = YapDatabaseNodeDeleteRules;
 
 bool has(const StoredEdge& edge, std::int64_t rules) { return (edge.rules & rules) != 0; }
-
-/// More answers to notices than this are objects that answer each other for ever.
-constexpr int noticeLimit = 1'000'000;
 
 Error endlessNotices() {
     return {.domain = std::string(YapDatabaseErrorDomain),
@@ -50,13 +48,13 @@ bool RelationshipWork::flush(Error* error) {
 /// cycles end. Objects are told only when no more rows go, because one that is about to go is not
 /// told: or else a playlist that goes with its items would hear of each of them.
 void RelationshipWork::carryOut() {
-    for (int answers = 0; tables_.ok();) {
+    for (std::uint64_t rounds = 0; tables_.ok();) {
         if (isWorkLeft()) {
             storeLists();
             collectGone();
             deleteNodes();
         } else if (!notices_.empty()) {
-            if (++answers > noticeLimit) tables_.fail(endlessNotices());
+            if (++rounds > options_.noticeRounds) tables_.fail(endlessNotices());
             tellAll();
         } else {
             tables_.removeUnusedAbsents();

@@ -149,19 +149,23 @@ bool FullTextTable::matchRow(const std::string& query, std::int64_t rowid,
 
 /// The module's check is a write to SQLite, though it writes nothing. On a connection of its own it
 /// keeps writers waiting only for itself, not for the whole of a check.
-bool FullTextTable::verify(const Fault& fault, Error* error) {
-    SqliteHandle handle = anotherHandle(context().handle(), error);
-    if (!handle) return false;
+bool FullTextTable::verify(YapDatabaseExtensionContext& context, const Fault& fault, Error* error) {
+    bool isSound = true;
+    if (!context.withoutWriters([&] { return verifyWords(&isSound, error); }, error)) return false;
+    if (!isSound) fault("the words of the full-text index are not those of its texts");
+    return true;
+}
+
+bool FullTextTable::verifyWords(bool* areSound, Error* error) {
+    SqliteHandle another = anotherHandle(handle(), error);
+    if (!another) return false;
     const std::string check =
         "INSERT INTO " + words_ + "(" + words_ + ", rank) VALUES('integrity-check', 1)";
-    const int code = handle.execute(check.c_str());
-    if (code == SQLITE_OK) return true;
-    if ((code & 0xff) != SQLITE_CORRUPT) {
-        report(error, handle.lastError("checked"));
-        return false;
-    }
-    fault("the words of the full-text index are not those of its texts");
-    return true;
+    const int code = another.execute(check.c_str());
+    *areSound = (code & 0xff) != SQLITE_CORRUPT;
+    if (code == SQLITE_OK || !*areSound) return true;
+    report(error, another.lastError("checked"));
+    return false;
 }
 
 }  // namespace qsml::detail

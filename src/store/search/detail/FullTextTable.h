@@ -9,7 +9,7 @@ namespace qsml::detail {
 
 /// The texts in a table of ours, and their words in a table of SQLite's full-text module that
 /// refers to it: the module must be told the old text to forget it, and we need that to see whether
-/// a row has changed at all. Confined to a transaction.
+/// a row has changed at all.
 class FullTextTable final : public ColumnTable {
 public:
     FullTextTable(YapDatabaseExtensionContext& context, const std::vector<std::string>& columnNames,
@@ -21,7 +21,7 @@ public:
     bool insert(std::int64_t rowid, const Values& values, Error* error) override;
     bool replace(std::int64_t rowid, const Values& values, Error* error) override;
     bool remove(std::int64_t rowid, bool* wasThere, Error* error) override;
-    bool verify(const Fault& fault, Error* error) override;
+    bool verify(YapDatabaseExtensionContext& context, const Fault& fault, Error* error) override;
 
     /// Ascending. The query is the module's language, with the scripts without blanks set apart.
     bool match(const std::string& query, std::vector<std::int64_t>* rowids, Error* error);
@@ -30,6 +30,7 @@ public:
                   Error* error);
 
 private:
+    bool verifyWords(bool* areSound, Error* error);
     bool forgetWords(std::int64_t rowid, Error* error);
     bool addWords(std::int64_t rowid, const Values& values, Error* error);
     static bool collect(StatementRun& run, const std::string& query,

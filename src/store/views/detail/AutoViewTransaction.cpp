@@ -1,6 +1,7 @@
 #include "store/views/detail/AutoViewTransaction.h"
 
 #include "store/views/detail/ViewFailure.h"
+#include "store/views/detail/announced.h"
 
 namespace qsml::detail {
 
@@ -16,8 +17,7 @@ AutoViewWork& AutoViewTransaction::work() {
 
 std::vector<YapDatabaseCollectionKey> AutoViewTransaction::dependentsOfRow(
     const YapDatabaseRow& row) {
-    const YapDatabaseViewListOrder& list = view_.sorting().list;
-    if (list.collections.find(row.collection) != list.collections.end()) work().noteListHolder(row);
+    work().noteListHolder(row);
     return {};
 }
 
@@ -49,8 +49,8 @@ const ViewState& AutoViewTransaction::state() {
     return work_->state();
 }
 
-const std::vector<ViewRowChange>& AutoViewTransaction::rowChanges() {
-    static const std::vector<ViewRowChange> none;
+const std::vector<YapDatabaseViewOperation>& AutoViewTransaction::rowChanges() {
+    static const std::vector<YapDatabaseViewOperation> none;
     if (!work_) return none;
     work_->apply();
     return work_->changes();

@@ -32,7 +32,7 @@ public:
     }
     const ViewState& state() override;
     ViewNodeSource& source() override { return work().source(); }
-    const std::vector<ViewRowChange>& rowChanges() override;
+    const std::vector<YapDatabaseViewOperation>& rowChanges() override;
     std::uint64_t changeNumber() override { return work_ ? work_->changeNumber() : 0; }
     std::optional<YapDatabaseViewPlace> placeOfRow(std::int64_t rowid) override;
     bool findsPlacesQuickly() const override { return !view_.sorting().isByList(); }

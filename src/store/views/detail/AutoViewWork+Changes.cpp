@@ -40,37 +40,36 @@ void AutoViewWork::findPositions(const ViewState& state,
             return !places.empty();
         });
         if (!places.empty())
-            throw ViewFailure("A row is missing in its group of the view " +
-                              context_.tableName("") + ".");
+            throw ViewFailure("A row is missing in its group of the view " + context_.name() + ".");
     }
 }
 
 namespace {
 
-bool isOlder(const ViewRowChange& a, const ViewRowChange& b) {
-    const auto& x = a.operation.row;
-    const auto& y = b.operation.row;
+bool isOlder(const YapDatabaseViewOperation& a, const YapDatabaseViewOperation& b) {
+    const auto& x = a.row;
+    const auto& y = b.row;
     if (x.collection != y.collection) return x.collection < y.collection;
     if (x.key != y.key) return x.key < y.key;
     return a.rowidBefore > b.rowidBefore;  // what went before what came
 }
 
 /// A row that went and came back under its key is one row.
-void joinReturned(std::vector<ViewRowChange>& changes) {
+void joinReturned(std::vector<YapDatabaseViewOperation>& changes) {
     std::sort(changes.begin(), changes.end(), isOlder);
     std::size_t kept = 0;
     for (std::size_t i = 0; i < changes.size(); ++i) {
-        if (kept > 0 && changes[kept - 1].operation.row == changes[i].operation.row) {
-            ViewRowChange& first = changes[kept - 1];
+        if (kept > 0 && changes[kept - 1].row == changes[i].row) {
+            YapDatabaseViewOperation& first = changes[kept - 1];
             if (changes[i].rowidBefore != 0) {
                 first.rowidBefore = changes[i].rowidBefore;
-                first.operation.before = std::move(changes[i].operation.before);
+                first.before = std::move(changes[i].before);
             }
             if (changes[i].rowidAfter != 0) {
                 first.rowidAfter = changes[i].rowidAfter;
-                first.operation.after = std::move(changes[i].operation.after);
+                first.after = std::move(changes[i].after);
             }
-            first.operation.flags |= changes[i].operation.flags;
+            first.flags |= changes[i].flags;
             continue;
         }
         if (kept != i) changes[kept] = std::move(changes[i]);
@@ -87,30 +86,33 @@ void AutoViewWork::collectChanges() {
     for (auto& [rowid, row] : rows_) {
         if (!row.before && !row.now) continue;
         if (!row.row.key && !context_.keyForRowid(rowid, &row.row))
-            throw ViewFailure("A row of the view " + context_.tableName("") + " is gone.");
-        ViewRowChange change{row.before ? rowid : 0,
-                             row.now ? rowid : 0,
-                             {row.row, std::nullopt, std::nullopt, row.flags}};
-        if (row.before) change.operation.before = YapDatabaseViewPlace{row.before->group, 0};
-        if (row.now) change.operation.after = YapDatabaseViewPlace{row.now->group, 0};
+            throw ViewFailure("A row of the view " + context_.name() + " is gone.");
+        YapDatabaseViewOperation change{.row = row.row, .flags = row.flags};
+        if (row.before) {
+            change.rowidBefore = rowid;
+            change.before = YapDatabaseViewPlace{row.before->group, 0};
+        }
+        if (row.now) {
+            change.rowidAfter = rowid;
+            change.after = YapDatabaseViewPlace{row.now->group, 0};
+        }
         changes_.push_back(std::move(change));
     }
     std::map<String, std::vector<Wish>> before, after;
-    for (ViewRowChange& change : changes_) {
-        auto& operation = change.operation;
-        if (operation.before)
-            before[operation.before->group].push_back(
-                {{change.rowidBefore, rows_[change.rowidBefore].before->key}, &*operation.before});
-        if (operation.after)
-            after[operation.after->group].push_back(
-                {{change.rowidAfter, rows_[change.rowidAfter].now->key}, &*operation.after});
+    for (YapDatabaseViewOperation& change : changes_) {
+        if (change.before)
+            before[change.before->group].push_back(
+                {{change.rowidBefore, rows_[change.rowidBefore].before->key}, &*change.before});
+        if (change.after)
+            after[change.after->group].push_back(
+                {{change.rowidAfter, rows_[change.rowidAfter].now->key}, &*change.after});
     }
     findPositions(editing_.base(), before);
     findPositions(editing_.state(), after);
     joinReturned(changes_);
 }
 
-const std::vector<ViewRowChange>& AutoViewWork::changes() {
+const std::vector<YapDatabaseViewOperation>& AutoViewWork::changes() {
     if (collected_ != changeNumber_) {
         collectChanges();
         collected_ = changeNumber_;
@@ -146,12 +148,13 @@ std::optional<YapDatabaseViewPlace> AutoViewWork::placeOfRow(std::int64_t rowid)
 }
 
 bool AutoViewWork::writePlaces(Error* error) {
-    std::vector<std::int64_t> rowids;
-    for (const auto& [rowid, row] : rows_)
-        if (row.before != row.now) rowids.push_back(rowid);
-    std::sort(rowids.begin(), rowids.end());
-    for (const std::int64_t rowid : rowids) {
-        const Row& row = rows_[rowid];
+    std::vector<const NotedRow*> moved;
+    for (const NotedRow& noted : rows_)
+        if (noted.second.before != noted.second.now) moved.push_back(&noted);
+    std::sort(moved.begin(), moved.end(),
+              [](const NotedRow* a, const NotedRow* b) { return a->first < b->first; });
+    for (const NotedRow* noted : moved) {
+        const auto& [rowid, row] = *noted;
         if (!row.now) {
             if (!table_.removePlace(rowid, error)) return false;
             continue;
@@ -168,7 +171,11 @@ bool AutoViewWork::writeGroup(const String& name, Error* error) {
     if (before && (!now || now->id != before->id) && !table_.removeGroup(before->id, error))
         return false;
     if (!now) return true;
-    bool isWritten = table_.writeGroup(*now, error);
+    // A row that moves inside its group changes neither root nor count.
+    const bool isKnown = before && before->id == now->id &&
+                         before->tree.rootId() == now->tree.rootId() &&
+                         before->tree.count() == now->tree.count();
+    bool isWritten = isKnown || table_.writeGroup(*now, error);
     now->tree.enumerateNew(editing_.edit(), [&](std::int64_t id, std::string&& data) {
         isWritten = isWritten && table_.writeNode(id, data, error);
     });

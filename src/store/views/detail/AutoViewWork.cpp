@@ -14,22 +14,24 @@ AutoViewWork::AutoViewWork(const YapDatabaseAutoView& view, YapDatabaseExtension
                            std::shared_ptr<const ViewState> base, ViewEditing::Storage storage)
     : view_(view), context_(context), table_(context), editing_(std::move(base), table_, storage) {}
 
-AutoViewWork::Row& AutoViewWork::rowOf(std::int64_t rowid) { return rows_[rowid]; }
-
-AutoViewWork::Row& AutoViewWork::rowOf(const YapDatabaseRow& from) {
-    Row& row = rows_[from.rowid];
-    if (!row.row.key) {
-        if (lastCollection_.view() != from.collection) lastCollection_ = from.collection;
-        row.row = {lastCollection_, from.key};
-    }
-    return row;
+AutoViewWork::NotedRow& AutoViewWork::rowOf(std::int64_t rowid) {
+    return *rows_.try_emplace(rowid).first;
 }
 
-void AutoViewWork::note(std::int64_t rowid, Row& row) {
+AutoViewWork::NotedRow& AutoViewWork::rowOf(const YapDatabaseRow& from) {
+    NotedRow& noted = rowOf(from.rowid);
+    if (!noted.second.row.key) {
+        if (lastCollection_.view() != from.collection) lastCollection_ = from.collection;
+        noted.second.row = {lastCollection_, from.key};
+    }
+    return noted;
+}
+
+void AutoViewWork::note(NotedRow& noted) {
     ++changeNumber_;
-    if (row.isPending) return;
-    row.isPending = true;
-    pending_.push_back(rowid);
+    if (noted.second.isPending) return;
+    noted.second.isPending = true;
+    pending_.push_back(&noted);
 }
 
 std::optional<AutoViewWork::Place> AutoViewWork::placeFor(const YapDatabaseRow& row) {
@@ -44,44 +46,44 @@ std::optional<AutoViewWork::Place> AutoViewWork::placeFor(const YapDatabaseRow& 
     });
     if (trouble)
         log("Warning: the row \"" + std::string(row.key) + "\" of \"" +
-            std::string(row.collection) + "\" is not in the view " + context_.tableName("") + ": " +
+            std::string(row.collection) + "\" is not in the view " + context_.name() + ": " +
             *trouble);
     if (trouble || !place.group) return std::nullopt;
     return place;
 }
 
 void AutoViewWork::insert(const YapDatabaseRow& from) {
-    Row& row = rowOf(from);
+    NotedRow& noted = rowOf(from);
+    Row& row = noted.second;
     row.isNew = row.isBeforeKnown = true;
     row.keepsPlace = false;
     row.flags |= YapDatabaseViewChangedObject | YapDatabaseViewChangedMetadata;
     row.wanted = placeFor(from);
-    note(from.rowid, row);
+    note(noted);
 }
 
 void AutoViewWork::update(const YapDatabaseRow& from, YapDatabaseUpdate update) {
-    Row& row = rowOf(from);
+    NotedRow& noted = rowOf(from);
+    Row& row = noted.second;
     if (update.object) row.flags |= YapDatabaseViewChangedObject;
     if (update.metadata) row.flags |= YapDatabaseViewChangedMetadata;
-    if (update.object && !update.isTouch) {
+    if (update.object) {
         row.keepsPlace = false;
         row.wanted = placeFor(from);
     }
-    note(from.rowid, row);
+    note(noted);
 }
 
 void AutoViewWork::remove(const YapDatabaseRow& from) {
-    Row& row = rowOf(from);
-    row.keepsPlace = false;
-    row.wanted.reset();
-    note(from.rowid, row);
+    NotedRow& noted = rowOf(from);
+    noted.second.keepsPlace = false;
+    noted.second.wanted.reset();
+    note(noted);
 }
 
 void AutoViewWork::noteListHolder(const YapDatabaseRow& row) {
     const YapDatabaseViewListOrder& list = view_.sorting().list;
-    if (!view_.sorting().isByList() || !list.groups ||
-        list.collections.find(row.collection) == list.collections.end())
-        return;
+    if (!view_.sorting().isByList() || !list.groups) return;
     for (String& group : list.groups(row)) dirtyLists_.insert(std::move(group));
 }
 
@@ -92,7 +94,7 @@ void AutoViewWork::readBefore(std::int64_t rowid, Row& row) {
     if (!stored) return;
     const ViewGroup* group = editing_.base().groupWithId(stored->group);
     if (!group)
-        throw ViewFailure("A row of the view " + context_.tableName("") +
+        throw ViewFailure("A row of the view " + context_.name() +
                           " stands in a group that is not there.");
     row.now = row.before = Place{group->name, stored->key};
 }
@@ -100,14 +102,15 @@ void AutoViewWork::readBefore(std::int64_t rowid, Row& row) {
 /// What is to be done in each group, and forgets what was noted.
 AutoViewWork::GroupWorks AutoViewWork::sortedWork() {
     GroupWorks groups;
-    std::sort(pending_.begin(), pending_.end());
-    for (const std::int64_t rowid : pending_) {
-        Row& row = rowOf(rowid);
+    std::sort(pending_.begin(), pending_.end(),
+              [](const NotedRow* a, const NotedRow* b) { return a->first < b->first; });
+    for (NotedRow* noted : pending_) {
+        Row& row = noted->second;
         row.isPending = false;
-        readBefore(rowid, row);
+        readBefore(noted->first, row);
         if (row.keepsPlace || row.wanted == row.now) continue;
-        if (row.now) groups[row.now->group].going.push_back(rowid);
-        if (row.wanted) groups[row.wanted->group].coming.push_back(rowid);
+        if (row.now) groups[row.now->group].going.push_back(noted);
+        if (row.wanted) groups[row.wanted->group].coming.push_back(noted);
     }
     pending_.clear();
     if (view_.sorting().isByList())
@@ -126,27 +129,27 @@ void AutoViewWork::apply() {
             applyToSorted(group, work);
     }
     for (auto& [group, work] : groups) {
-        for (const std::int64_t rowid : work.going) rowOf(rowid).now.reset();
+        for (NotedRow* noted : work.going) noted->second.now.reset();
     }
     for (auto& [group, work] : groups) {
-        for (const std::int64_t rowid : work.coming) rowOf(rowid).now = rowOf(rowid).wanted;
+        for (NotedRow* noted : work.coming) noted->second.now = noted->second.wanted;
     }
 }
 
 std::uint64_t AutoViewWork::positionIn(const ViewTree& tree, const ViewEntry& entry) {
     if (const auto position = tree.positionOf(entry, table_)) return *position;
     throw ViewFailure("Row " + std::to_string(entry.rowid) +
-                      " is missing in its group of the view " + context_.tableName("") + ".");
+                      " is missing in its group of the view " + context_.name() + ".");
 }
 
 void AutoViewWork::applyToSorted(const String& group, GroupWork& work) {
     ViewTree tree = editing_.tree(group);
-    for (const std::int64_t rowid : work.going)
-        tree.erase(positionIn(tree, {rowid, rowOf(rowid).now->key}), editing_.edit());
+    for (const NotedRow* noted : work.going)
+        tree.erase(positionIn(tree, {noted->first, noted->second.now->key}), editing_.edit());
     std::vector<ViewEntry> coming;
     coming.reserve(work.coming.size());
-    for (const std::int64_t rowid : work.coming)
-        coming.push_back({rowid, rowOf(rowid).wanted->key});
+    for (const NotedRow* noted : work.coming)
+        coming.push_back({noted->first, noted->second.wanted->key});
     std::sort(coming.begin(), coming.end(), [](const ViewEntry& a, const ViewEntry& b) {
         return a.key != b.key ? a.key < b.key : a.rowid < b.rowid;
     });
@@ -189,7 +192,8 @@ void AutoViewWork::mergeInto(ViewTree& tree, std::vector<ViewEntry>& coming) {
 
 void AutoViewWork::applyToListed(const String& group, const GroupWork& work) {
     ViewTree tree = editing_.tree(group);
-    const std::set<std::int64_t> going(work.going.begin(), work.going.end());
+    std::set<std::int64_t> going;
+    for (const NotedRow* noted : work.going) going.insert(noted->first);
     ListedRows rows;
     std::vector<std::uint64_t> leaving;
     std::uint64_t position = 0;
@@ -202,20 +206,20 @@ void AutoViewWork::applyToListed(const String& group, const GroupWork& work) {
         return true;
     });
     if (leaving.size() != going.size())
-        throw ViewFailure("A row is missing in its group of the view " + context_.tableName("") +
-                          ".");
-    for (const std::int64_t rowid : work.coming) rows.addNew({rowid, rowOf(rowid).wanted->key});
+        throw ViewFailure("A row is missing in its group of the view " + context_.name() + ".");
+    for (const NotedRow* noted : work.coming)
+        rows.addNew({noted->first, noted->second.wanted->key});
     const auto trouble = troubleOf([&] {
         view_.sorting().list.keys(context_.transaction(), group,
                                   [&](std::string_view key) { rows.name(key); });
     });
     if (trouble) {
         log("Warning: the list of the group \"" + group.str() + "\" of the view " +
-            context_.tableName("") + " cannot be read: " + *trouble);
+            context_.name() + " cannot be read: " + *trouble);
         rows.forgetNames();
     }
     for (const std::int64_t moved : rows.moveIn(tree, std::move(leaving), editing_.edit())) {
-        Row& row = rowOf(moved);
+        Row& row = rowOf(moved).second;
         readBefore(moved, row);
         row.flags |= YapDatabaseViewChangedDependency;
         ++changeNumber_;

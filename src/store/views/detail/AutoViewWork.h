@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "store/views/YapDatabaseAutoView.h"
+#include "store/views/YapDatabaseViewChanges.h"
 #include "store/views/detail/ViewEditing.h"
-#include "store/views/detail/ViewRowChange.h"
 #include "store/views/detail/ViewTable.h"
 
 namespace qsml::detail {
@@ -38,7 +38,7 @@ public:
     ViewNodeSource& source() noexcept { return table_; }
     std::optional<YapDatabaseViewPlace> placeOfRow(std::int64_t rowid);
     std::uint64_t changeNumber() const noexcept { return changeNumber_; }
-    const std::vector<ViewRowChange>& changes();
+    const std::vector<YapDatabaseViewOperation>& changes();
     bool writeTables(Error* error);
 
 private:
@@ -56,16 +56,17 @@ private:
         unsigned flags = 0;
         std::optional<Place> wanted = {}, before = {}, now = {};
     };
+    using NotedRow = std::pair<const std::int64_t, Row>;  // of rows_, where it stays
     struct GroupWork {
-        std::vector<std::int64_t> going;
-        std::vector<std::int64_t> coming;
+        std::vector<NotedRow*> going;
+        std::vector<NotedRow*> coming;
     };
     using GroupWorks = std::map<String, GroupWork>;
     using Moves = std::vector<std::pair<ViewEntry, std::size_t>>;
 
-    Row& rowOf(const YapDatabaseRow& row);
-    Row& rowOf(std::int64_t rowid);
-    void note(std::int64_t rowid, Row& row);
+    NotedRow& rowOf(const YapDatabaseRow& row);
+    NotedRow& rowOf(std::int64_t rowid);
+    void note(NotedRow& noted);
     std::optional<Place> placeFor(const YapDatabaseRow& row);
     void readBefore(std::int64_t rowid, Row& row);
     GroupWorks sortedWork();
@@ -86,12 +87,12 @@ private:
     ViewTable table_;
     ViewEditing editing_;
     std::unordered_map<std::int64_t, Row> rows_;
-    std::vector<std::int64_t> pending_;
+    std::vector<NotedRow*> pending_;
     std::set<String> dirtyLists_;
     String lastCollection_;
     std::uint64_t changeNumber_ = 0;
     std::uint64_t collected_ = 0;  // the number that changes_ belongs to
-    std::vector<ViewRowChange> changes_;
+    std::vector<YapDatabaseViewOperation> changes_;
 };
 
 }  // namespace qsml::detail

@@ -8,6 +8,7 @@
 #include "store/views/detail/ChildViewState.h"
 #include "store/views/detail/ChildViewWork.h"
 #include "store/views/detail/ViewFailure.h"
+#include "store/views/detail/announced.h"
 
 namespace qsml::detail {
 
@@ -70,8 +71,8 @@ public:
         return work_ ? work_->state() : *base_->rows;
     }
     ViewNodeSource& source() override { return nodes_; }
-    const std::vector<ViewRowChange>& rowChanges() override {
-        static const std::vector<ViewRowChange> none;
+    const std::vector<YapDatabaseViewOperation>& rowChanges() override {
+        static const std::vector<YapDatabaseViewOperation> none;
         apply();
         return work_ ? work_->changes() : none;
     }

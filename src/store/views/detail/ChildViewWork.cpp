@@ -50,16 +50,16 @@ void ChildViewWork::note(std::int64_t before, std::int64_t after,
                          const Positions& positionsBefore, const Positions& positionsAfter) {
     const auto was = positionsBefore.find(before);
     const auto is = positionsAfter.find(after);
-    ViewRowChange change{0, 0, {row, std::nullopt, std::nullopt, flags}};
+    YapDatabaseViewOperation change{.row = row, .flags = flags};
     if (was != positionsBefore.end()) {
         change.rowidBefore = before;
-        change.operation.before = was->second;
+        change.before = was->second;
     }
     if (is != positionsAfter.end()) {
         change.rowidAfter = after;
-        change.operation.after = is->second;
+        change.after = is->second;
     }
-    if (change.operation.before || change.operation.after) changes_.push_back(std::move(change));
+    if (change.before || change.after) changes_.push_back(std::move(change));
 }
 
 void ChildViewWork::remake(YapDatabaseViewTransaction& parent, const String& group,
@@ -120,11 +120,10 @@ void ChildViewWork::tellEverything(YapDatabaseViewTransaction& parent) {
     const Positions before = positionsOf(*base_, nodes_, nullptr);
     const Positions after = positionsOf(state(), nodes_, nullptr);
     std::unordered_set<std::int64_t> told;
-    for (const ViewRowChange& change : parent.rowChanges()) {
+    for (const YapDatabaseViewOperation& change : parent.rowChanges()) {
         told.insert(change.rowidBefore);
         told.insert(change.rowidAfter);
-        note(change.rowidBefore, change.rowidAfter, change.operation.row, change.operation.flags,
-             before, after);
+        note(change.rowidBefore, change.rowidAfter, change.row, change.flags, before, after);
     }
     const auto tell = [&](std::int64_t rowid) {
         if (told.insert(rowid).second)
@@ -140,7 +139,7 @@ std::vector<ChildViewWork::Listed> ChildViewWork::listedRows(
     YapDatabaseViewTransaction& parent, const std::vector<std::int64_t>& others) {
     std::vector<Listed> listed;
     std::unordered_set<std::int64_t> known;
-    for (const ViewRowChange& change : parent.rowChanges()) {
+    for (const YapDatabaseViewOperation& change : parent.rowChanges()) {
         listed.push_back({change});
         known.insert(change.rowidBefore);
         known.insert(change.rowidAfter);
@@ -150,16 +149,16 @@ std::vector<ChildViewWork::Listed> ChildViewWork::listedRows(
         const auto place = parent.placeOfRow(rowid);
         YapDatabaseCollectionKey row;
         if (place && context_.keyForRowid(rowid, &row))
-            listed.push_back({{rowid, rowid, {row, place, place, 0}}});
+            listed.push_back({{row, place, place, 0, rowid, rowid}});
     }
     return listed;
 }
 
 void ChildViewWork::decide(std::vector<Listed>& listed, const Passes& passes) {
     for (Listed& one : listed) {
-        const auto& after = one.change.operation.after;
+        const auto& after = one.change.after;
         if (!after) continue;
-        YapDatabaseCollectionKey& row = one.change.operation.row;
+        YapDatabaseCollectionKey& row = one.change.row;
         if (!row.key) context_.keyForRowid(one.change.rowidAfter, &row);
         one.isIn = passes({one.change.rowidAfter, after->group, row});
     }
@@ -185,7 +184,7 @@ void ChildViewWork::putIn(YapDatabaseViewTransaction& parent, const std::vector<
     std::map<String, std::vector<std::pair<std::uint64_t, std::int64_t>>> coming;
     for (const Listed& one : listed) {
         if (!one.isIn) continue;
-        const auto& after = *one.change.operation.after;
+        const auto& after = *one.change.after;
         coming[after.group].emplace_back(after.index, one.change.rowidAfter);
     }
     for (auto& [group, rows] : coming) {
@@ -208,8 +207,8 @@ void ChildViewWork::remakeGroups(YapDatabaseViewTransaction& parent,
     std::set<String> groups;
     std::unordered_map<std::int64_t, bool> answers;
     for (const Listed& one : listed) {
-        if (one.change.operation.before) groups.insert(one.change.operation.before->group);
-        if (one.change.operation.after) groups.insert(one.change.operation.after->group);
+        if (one.change.before) groups.insert(one.change.before->group);
+        if (one.change.after) groups.insert(one.change.after->group);
         if (one.change.rowidAfter != 0) answers[one.change.rowidAfter] = one.isIn;
     }
     for (const String& group : groups) {
@@ -238,8 +237,8 @@ void ChildViewWork::applyChanges(YapDatabaseViewTransaction& parent,
     for (Listed& one : listed) one.wasIn = before.count(one.change.rowidBefore) > 0;
     // Neither the row nor its place says anything new.
     std::erase_if(listed, [](const Listed& one) {
-        return (one.change.operation.flags == 0 && one.wasIn == one.isIn &&
-                one.change.operation.before == one.change.operation.after) ||
+        return (one.change.flags == 0 && one.wasIn == one.isIn &&
+                one.change.before == one.change.after) ||
                (!one.wasIn && !one.isIn);
     });
     if (listed.empty()) return;
@@ -254,10 +253,9 @@ void ChildViewWork::applyChanges(YapDatabaseViewTransaction& parent,
         if (one.isIn) rows.insert(one.change.rowidAfter);
     const Positions after = positionsOf(state(), nodes_, &rows);
     for (const Listed& one : listed) {
-        unsigned flags = one.change.operation.flags;
+        unsigned flags = one.change.flags;
         if (one.wasIn != one.isIn) flags |= YapDatabaseViewChangedDependency;
-        note(one.change.rowidBefore, one.change.rowidAfter, one.change.operation.row, flags, before,
-             after);
+        note(one.change.rowidBefore, one.change.rowidAfter, one.change.row, flags, before, after);
     }
 }
 

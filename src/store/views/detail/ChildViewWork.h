@@ -8,9 +8,9 @@
 #include <unordered_set>
 #include <vector>
 
+#include "store/views/YapDatabaseViewChanges.h"
 #include "store/views/YapDatabaseViewTransaction.h"
 #include "store/views/detail/ViewEditing.h"
-#include "store/views/detail/ViewRowChange.h"
 
 namespace qsml::detail {
 
@@ -52,13 +52,13 @@ public:
     const ViewState& state() const noexcept { return editing_->state(); }
     const ViewState& base() const noexcept { return *base_; }
     std::shared_ptr<const ViewState> newState() const { return editing_->newState(); }
-    const std::vector<ViewRowChange>& changes() const noexcept { return changes_; }
+    const std::vector<YapDatabaseViewOperation>& changes() const noexcept { return changes_; }
     ViewNodeSource& source() noexcept { return nodes_; }
 
 private:
     using Positions = std::unordered_map<std::int64_t, YapDatabaseViewPlace>;
     struct Listed {
-        ViewRowChange change;  // with the places in the parent
+        YapDatabaseViewOperation change;  // with the places in the parent
         bool wasIn = false;
         bool isIn = false;
     };
@@ -81,7 +81,7 @@ private:
     NoNodeSource nodes_;
     std::shared_ptr<const ViewState> base_;
     std::optional<ViewEditing> editing_;
-    std::vector<ViewRowChange> changes_;
+    std::vector<YapDatabaseViewOperation> changes_;
 };
 
 }  // namespace qsml::detail

@@ -1,6 +1,7 @@
 #pragma once
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -45,10 +46,12 @@ private:
     static bool finish(StatementRun& run, Error* error);
     static void require(const StatementRun& run);
 
+    struct Texts;
+    static std::shared_ptr<const Texts> texts(YapDatabaseExtensionContext& context);
+
     YapDatabaseExtensionContext& context_;
     StatementCache& statements_;
-    std::string groups_, nodes_, places_;
-    std::string findNode_, findPlace_, writeNode_, removeNode_, writePlace_, removePlace_;
+    std::shared_ptr<const Texts> texts_;  // kept for the connection
 };
 
 }  // namespace qsml::detail

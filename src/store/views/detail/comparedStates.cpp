@@ -12,14 +12,9 @@ namespace qsml::detail {
 
 namespace {
 
-constexpr std::uint64_t manyRows = 20000;
 constexpr std::string_view unknownCollection = "\1";  // stands for no row
 
 using Operations = std::unordered_map<std::int64_t, YapDatabaseViewOperation>;
-
-bool isShort(const YapDatabaseViewMappings& mappings) {
-    return mappings.numberOfItemsInAllGroups() <= manyRows;
-}
 
 void collect(const ViewState& state, const String& group, ViewNodeSource& source, bool isBefore,
              Operations& operations) {
@@ -37,7 +32,10 @@ void collect(const ViewState& state, const String& group, ViewNodeSource& source
 bool comparedStates(const YapDatabaseViewMappings& before, const YapDatabaseViewMappings& after,
                     YapDatabaseViewTransaction& view,
                     std::vector<YapDatabaseViewSectionChange>* sections,
-                    std::vector<YapDatabaseViewRowChange>* rows) {
+                    std::vector<YapDatabaseViewRowChange>* rows, std::uint64_t longest) {
+    const auto isShort = [&](const YapDatabaseViewMappings& mappings) {
+        return mappings.numberOfItemsInAllGroups() <= longest;
+    };
     const auto older = std::dynamic_pointer_cast<const ViewState>(before.keptState());
     if (!older || !isShort(before) || !isShort(after)) return false;
     Operations operations;
