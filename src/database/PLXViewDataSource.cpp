@@ -34,8 +34,9 @@ std::shared_ptr<PLXViewDataSource> PLXViewDataSource::initManualViewDataSourceWi
 }
 
 void PLXViewDataSource::connectTo(PLXDatabaseManager& manager) {
-    database_ = manager.database();
     uiConnection_ = manager.uiDatabaseConnection();
+    if (!uiConnection_) return;  // not set up, or still at it, as in an extension provider
+    database_ = manager.database();
     bgConnection_ = manager.bgDatabaseConnection();
 }
 

@@ -29,7 +29,7 @@ enum class PLXViewDataSourceType : std::int64_t { view = 0, filteredView = 1, ma
 ///
 /// Confined to the thread that delivers the notifications of the manager, whose UI connection it
 /// reads (so not from inside a block of that connection); it may be let go on any. Made before the
-/// manager is set up, its groups have no rows.
+/// manager's set-up is through, as in an extension provider, it stays without rows.
 class QSML_EXPORT PLXViewDataSource : public std::enable_shared_from_this<PLXViewDataSource> {
 public:
     /// Whether the row of that collection and key is shown. Runs on the thread of whatever
@@ -52,8 +52,10 @@ public:
     static std::shared_ptr<PLXViewDataSource> initWithView(
         std::string view, std::vector<String> groups,
         PLXDatabaseManager& manager = PLXDatabaseManager::sharedManager());
-    /// Registers a filtered view of its own in a synchronous transaction: not from inside another.
-    /// Rows arrive with the notification of that commit.
+    /// Registers a filtered view of its own in a synchronous write; inside a write block that
+    /// throws YapDatabaseException. Rows arrive with the notification of that commit. Where the
+    /// view cannot be registered, as over a parent view that does not exist, the list stays without
+    /// rows: no error is told.
     static std::shared_ptr<PLXViewDataSource> initWithView(
         std::string parentView, std::vector<String> groups, Filter filter,
         PLXDatabaseManager& manager = PLXDatabaseManager::sharedManager());
@@ -67,6 +69,8 @@ public:
     PLXViewDataSource(const PLXViewDataSource&) = delete;
     PLXViewDataSource& operator=(const PLXViewDataSource&) = delete;
 
+    /// As they were given. A name that repeats another or is nil makes no section, so the group of
+    /// a section is viewMappings()->groupForSection().
     const std::vector<String>& groups() const { return groups_; }
     const Filter& filter() const { return filter_; }
     /// Of a filtered view: its rows are filtered anew in the background and reach the list as a
@@ -91,8 +95,9 @@ public:
     const String& selectedItemKey() const { return selectedItemKey_; }
     const String& selectedCollection() const { return selectedCollection_; }
 
-    /// Shows only a part of the group, from now on and without telling the delegate. Nothing
-    /// happens for manual ones and for groups that are not shown.
+    /// Shows only a part of the group, from now on and without telling the delegate. Called while
+    /// other lists are told of commits, it takes these in, and they are not told to this list any
+    /// more. Nothing happens for manual ones and for groups that are not shown.
     void setRange(Range range, std::string_view group);
     /// With the length that exists; wholeGroup where no range was set.
     Range rangeForGroup(std::string_view group) const;

@@ -220,5 +220,38 @@ TEST_F(GivenAManualList, WhenCallbacksAreEmptyThenNothingAnswers) {
     EXPECT_EQ(list->indexPathForItemWithKey("k", "c"), std::nullopt);
 }
 
+// Before the library is ready.
+
+TEST(GivenALibraryBeingSetUp, WhenAProviderMakesListsThenTheyStayEmptyAndRegisterNothing) {
+    struct Provider : PLXDatabaseExtensionProvider {
+        void setupDatabaseExtension(PLXDatabaseManager& manager) override {
+            plain = PLXViewDataSource::initWithView("mediaView", {"mediaItem"}, manager);
+            filtered = PLXViewDataSource::initWithView("mediaView", {"mediaItem"}, {}, manager);
+        }
+        std::shared_ptr<PLXViewDataSource> plain, filtered;
+    };
+    const TemporaryDirectory directory;
+    DispatchQueue queue("tests.notifications");
+    PLXDatabaseManager manager;
+    YapDatabaseOptions options;
+    options.notificationQueue = &queue;
+    manager.setDatabaseOptions(options);
+    const auto provider = std::make_shared<Provider>();
+    ASSERT_TRUE(manager.setupDatabaseWithFileURL(
+        URL::fileURLWithPath(directory.path() + "/library.qsml"), {provider}));
+    EXPECT_EQ(manager.database()->registeredExtension(provider->filtered->viewMappings()->view()),
+              nullptr);
+    provider->filtered->setFilter([](auto, auto) { return true; });
+    provider->filtered->updateFilteredView();
+    EXPECT_TRUE(manager.bgDatabaseConnection()->readWrite(
+        [](auto& t) { t.setObject(Value("row"), "key", "mediaItems"); }));
+    queue.sync([] {});
+    for (const auto& list : {provider->plain, provider->filtered}) {
+        EXPECT_EQ(list->numberOfSections(), 1u);
+        EXPECT_EQ(list->numberOfRowsInSection(0), 0u);
+        EXPECT_TRUE(list->itemAtIndexPath({0, 0}).isNil());
+    }
+}
+
 }  // namespace
 }  // namespace qsml

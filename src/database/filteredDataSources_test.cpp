@@ -2,8 +2,10 @@
 #include <thread>
 
 #include "database/testing/LibraryWithLists.h"
+#include "store/YapDatabaseException.h"
 #include "store/detail/testing/PlainSqlite.h"
 #include "store/views/YapDatabaseViewMappings.h"
+#include "store/views/testing/foreignCommit.h"
 
 namespace qsml {
 namespace {
@@ -72,6 +74,11 @@ TEST_F(GivenAFilteredList, WhenMadeThenItsRowsArriveWithTheNextAnnouncement) {
     EXPECT_THAT(shown(*list), ElementsAre("fruit/1 fruit/2 fruit/4 ", "herbs/1 "));
     EXPECT_THAT(calls(), ElementsAre("begin", "insert 0.0", "insert 0.1", "insert 0.2",
                                      "insert 1.0", "end"));
+}
+
+TEST_F(GivenAFilteredList, WhenMadeInsideAWriteThenThatThrowsAndNothingIsRegistered) {
+    write([&](Writer&) { EXPECT_THROW(filtered(with('a')), YapDatabaseException); });
+    EXPECT_THAT(views(), IsEmpty());
 }
 
 TEST_F(GivenAFilteredList, WhenTheParentDoesNotExistThenItIsEmptyAndNothingIsRegistered) {
@@ -210,6 +217,18 @@ TEST_F(GivenAFilteredList, WhenItsViewIsGoneThenANewFilterDoesNothing) {
     settle();
     EXPECT_EQ(manager_.database()->snapshot(), snapshot);
     EXPECT_EQ(list->indexPathForItemWithKey("banana", "things"), std::nullopt);
+}
+
+TEST_F(GivenAFilteredList, WhenAnotherProcessCommitsThenTheLastFilterStays) {
+    const auto list = filtered(with('n'));
+    list->setFilter(with('r'));
+    settle();
+    calls();
+    commitElsewhere(*manager_.database());
+    EXPECT_TRUE(manager_.bgDatabaseConnection()->read([](auto&) {}));
+    settle();
+    EXPECT_THAT(calls(), ElementsAre("begin", "update 0.0", "end"));
+    EXPECT_THAT(shown(*list), ElementsAre("fruit/3 ", ""));
 }
 
 // Two lists, and the end of them.

@@ -1,7 +1,6 @@
 #include "database/testing/LibraryWithLists.h"
-#include "store/detail/StoreState.h"
-#include "store/detail/testing/PlainSqlite.h"
 #include "store/views/YapDatabaseViewMappings.h"
+#include "store/views/testing/foreignCommit.h"
 #include "testing/LogCapture.h"
 
 namespace qsml {
@@ -13,17 +12,7 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
 
-class GivenAListWithADelegate : public LibraryWithLists {
-protected:
-    void SetUp() override {
-        LibraryWithLists::SetUp();
-        fill();
-        list_ = list();
-        list_->setDelegate(delegate_);
-    }
-    std::shared_ptr<PLXViewDataSourceDelegate> delegate_ = recorder();
-    std::shared_ptr<PLXViewDataSource> list_;
-};
+class GivenAListWithADelegate : public FilledLibraryWithAList {};
 
 TEST_F(GivenAListWithADelegate, WhenACommitTouchesNoneOfItsGroupsThenItHearsNothing) {
     write([](Writer& t) {
@@ -170,6 +159,24 @@ TEST_F(GivenAListWithADelegate, WhenARangeIsShownThenRowsCrossItsEdges) {
     EXPECT_THAT(calls(), ElementsAre("begin", "delete 0.1", "insert 0.0", "end"));
 }
 
+TEST_F(GivenAListWithADelegate, WhenItsRangeIsSetBeforeItIsToldThenItIsOnlyToldOfLaterCommits) {
+    const LogCapture log;
+    const auto later = list();  // told after list_
+    later->setDelegate(delegate_);
+    const auto setsRange = std::make_shared<PLXViewDataSourceDelegate>();
+    setsRange->didEndUpdates = [&](PLXViewDataSource&) { later->setRange({0, 2}, "fruit"); };
+    list_->setDelegate(setsRange);
+    put("avocado", "fruit/0");
+    settle();
+    EXPECT_THAT(shown(*later), ElementsAre("fruit/0 fruit/1 ", "herbs/1 "));
+    EXPECT_THAT(calls(), IsEmpty());
+    EXPECT_THAT(log.lines(), IsEmpty());
+    list_->setDelegate(nullptr);
+    put("avocado", "fruit/9");
+    settle();
+    EXPECT_THAT(calls(), ElementsAre("begin", "delete 0.0", "insert 0.1", "end"));
+}
+
 // The notification.
 
 TEST_F(GivenAListWithADelegate, WhenTheHostPostsTheNotificationItselfThenItCounts) {
@@ -243,141 +250,13 @@ TEST_F(GivenAListWithADelegate, WhenItsViewIsUnregisteredThenItIsEmpty) {
 }
 
 TEST_F(GivenAListWithADelegate, WhenAnotherProcessCommitsThenEveryRowThatStayedIsUpdated) {
-    // The other process is played by SQLite alone: the next snapshot, of which this one knows
-    // nothing.
-    const detail::StoreState state{.snapshot = manager_.database()->snapshot() + 1,
-                                   .lastRowNumber = 100};
-    ASSERT_EQ(PlainSqlite(path()).query("UPDATE yap SET data='" + state.text() +
-                                        "' WHERE extension='' AND key='state'"),
-              "");
+    commitElsewhere(*manager_.database());
     EXPECT_TRUE(manager_.bgDatabaseConnection()->read([](auto&) {}));
     list_->setIndexPathForSelectedRow(IndexPath{0, 3});
     settle();
     EXPECT_THAT(calls(), ElementsAre("begin", "update 0.0", "update 0.1", "update 0.2",
                                      "update 0.3", "update 1.0", "end"));
     EXPECT_EQ(list_->indexPathForSelectedRow(), (IndexPath{0, 3}));
-}
-
-// The selection.
-
-class GivenASelectedRow : public GivenAListWithADelegate {
-protected:
-    void SetUp() override {
-        GivenAListWithADelegate::SetUp();
-        list_->setIndexPathForSelectedRow(IndexPath{0, 3});
-    }
-};
-
-TEST_F(GivenASelectedRow, WhenSetThenItsRecordIsRemembered) {
-    EXPECT_EQ(list_->indexPathForSelectedRow(), (IndexPath{0, 3}));
-    EXPECT_EQ(list_->selectedItemKey(), "date");
-    EXPECT_EQ(list_->selectedCollection(), "things");
-    EXPECT_THAT(calls(), IsEmpty());
-}
-
-TEST_F(GivenASelectedRow, WhenClearedThenTheRecordIsForgotten) {
-    list_->setIndexPathForSelectedRow(std::nullopt);
-    EXPECT_EQ(list_->indexPathForSelectedRow(), std::nullopt);
-    EXPECT_FALSE(list_->selectedItemKey());
-    EXPECT_FALSE(list_->selectedCollection());
-}
-
-TEST_F(GivenASelectedRow, WhenSetToWhereNoRowIsThenThePathStaysWithoutARecord) {
-    for (const IndexPath path : {IndexPath{0, 4}, IndexPath{7, 0}}) {
-        list_->setIndexPathForSelectedRow(path);
-        EXPECT_EQ(list_->indexPathForSelectedRow(), path);
-        EXPECT_FALSE(list_->selectedItemKey());
-        EXPECT_FALSE(list_->selectedCollection());
-    }
-}
-
-TEST_F(GivenASelectedRow, WhenItsRecordMovesTwiceThenOnlyTheFirstMoveIsFollowed) {
-    put("date", "fruit/0");
-    settle();
-    EXPECT_EQ(list_->indexPathForSelectedRow(), (IndexPath{0, 0}));
-    EXPECT_FALSE(list_->selectedItemKey());
-    EXPECT_FALSE(list_->selectedCollection());
-    put("date", "fruit/9");
-    settle();
-    EXPECT_EQ(list_->indexPathForSelectedRow(), (IndexPath{0, 0}));
-}
-
-TEST_F(GivenASelectedRow, WhenSetAgainThenTheNextMoveIsFollowedToo) {
-    put("date", "fruit/0");
-    settle();
-    list_->setIndexPathForSelectedRow(list_->indexPathForSelectedRow());
-    put("date", "fruit/9");
-    settle();
-    EXPECT_EQ(list_->indexPathForSelectedRow(), (IndexPath{0, 3}));
-}
-
-TEST_F(GivenASelectedRow, WhenOtherRowsShiftItThenThePathFollows) {
-    put("avocado", "fruit/0");
-    settle();
-    EXPECT_EQ(list_->indexPathForSelectedRow(), (IndexPath{0, 4}));
-}
-
-TEST_F(GivenASelectedRow, WhenItsRecordMovesToAnotherSectionThenThePathFollows) {
-    put("date", "herbs/9");
-    settle();
-    EXPECT_EQ(list_->indexPathForSelectedRow(), (IndexPath{1, 1}));
-}
-
-TEST_F(GivenASelectedRow, WhenItsRecordIsRemovedThenNothingIsSelected) {
-    remove("date");
-    settle();
-    EXPECT_EQ(list_->indexPathForSelectedRow(), std::nullopt);
-}
-
-TEST_F(GivenASelectedRow, WhenAnUpdateLeavesItInPlaceThenTheRecordIsForgottenAllTheSame) {
-    put("mint", "herbs/2");
-    settle();
-    EXPECT_EQ(list_->indexPathForSelectedRow(), (IndexPath{0, 3}));
-    EXPECT_FALSE(list_->selectedItemKey());
-}
-
-TEST_F(GivenASelectedRow, WhenACommitChangesNothingShownThenTheRecordStaysRemembered) {
-    put("cat", "animals/1");
-    settle();
-    EXPECT_EQ(list_->selectedItemKey(), "date");
-    put("date", "fruit/0");
-    settle();
-    EXPECT_EQ(list_->indexPathForSelectedRow(), (IndexPath{0, 0}));
-}
-
-TEST_F(GivenASelectedRow, WhenTheDelegateIsToldThenTheSelectionIsStillTheOldOne) {
-    delegate_->didEndUpdates = [this](PLXViewDataSource& source) {
-        calls_.push_back("selected " + textOf(*source.indexPathForSelectedRow()));
-    };
-    put("date", "fruit/0");
-    settle();
-    EXPECT_THAT(calls(), ElementsAre("begin", "move 0.3 0.0", "selected 0.3"));
-    EXPECT_EQ(list_->indexPathForSelectedRow(), (IndexPath{0, 0}));
-}
-
-TEST_F(GivenASelectedRow, WhenTheDelegateSelectsDuringAnUpdateThenThatRecordIsForgottenAtItsEnd) {
-    delegate_->didEndUpdates = [](PLXViewDataSource& source) {
-        source.setIndexPathForSelectedRow(IndexPath{0, 1});
-    };
-    put("date", "fruit/0");
-    settle();
-    EXPECT_EQ(list_->indexPathForSelectedRow(), (IndexPath{0, 1}));
-    EXPECT_FALSE(list_->selectedItemKey());
-}
-
-TEST_F(GivenASelectedRow, WhenThereIsNoDelegateThenTheSelectionFollowsAllTheSame) {
-    list_->setDelegate(nullptr);
-    put("date", "fruit/0");
-    settle();
-    EXPECT_EQ(list_->indexPathForSelectedRow(), (IndexPath{0, 0}));
-    EXPECT_FALSE(list_->selectedItemKey());
-}
-
-TEST_F(GivenASelectedRow, WhenTheGroupHasARangeThenTheRecordIsThatOfTheIndexInTheWholeGroup) {
-    list_->setRange({2, 2}, "fruit");
-    list_->setIndexPathForSelectedRow(IndexPath{0, 1});
-    EXPECT_EQ(list_->itemAtIndexPath({0, 1}).string(), "fruit/4");
-    EXPECT_EQ(list_->selectedItemKey(), "banana");
 }
 
 }  // namespace

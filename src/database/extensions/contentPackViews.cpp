@@ -42,19 +42,21 @@ void registerPackView(PLXDatabaseManager& manager, std::string_view name,
             const auto pack = objectOfClass<PLXContentPack>(row.object);
             return pack && shows(*pack) ? kindOf(row.object) : String();
         },
-        detail::sortedByLocalized([](const Value& object) {
+        detail::sortedByLocalized([](const Value& object, const Collation& collation) {
             const auto pack = objectOfClass<PLXContentPack>(object);
-            return detail::sortKeyOf(pack->sortOrder()) + detail::localizedSortKeyOf(pack->name());
+            return detail::sortKeyOf(pack->sortOrder()) +
+                   detail::localizedSortKeyOf(pack->name(), collation);
         }));
 }
 
 void registerMediaItemsView(PLXDatabaseManager& manager, std::string_view name,
                             std::string_view collection, YapDatabaseViewGrouping grouping) {
-    detail::registerAutoView(manager, {name, "1", {collection}}, std::move(grouping),
-                             detail::sortedByLocalized([](const Value& object) {
-                                 return detail::localizedSortKeyOf(
-                                     objectOfClass<PLXContentPackMediaItem>(object)->name());
-                             }));
+    detail::registerAutoView(
+        manager, {name, "1", {collection}}, std::move(grouping),
+        detail::sortedByLocalized([](const Value& object, const Collation& collation) {
+            return detail::localizedSortKeyOf(
+                objectOfClass<PLXContentPackMediaItem>(object)->name(), collation);
+        }));
 }
 
 }  // namespace

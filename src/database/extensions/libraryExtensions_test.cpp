@@ -4,11 +4,13 @@
 
 #include "contentpacks/PLXContentPackMediaItem.h"
 #include "contentpacks/PLXLooperPack.h"
+#include "database/PLXViewDataSource.h"
 #include "database/extensions/testing/ViewedLibrary.h"
 #include "foundation/text.h"
 #include "organisation/PLXHistorySession.h"
 #include "organisation/PLXMediaItemPlaylistItem.h"
 #include "organisation/PLXQueueItem.h"
+#include "store/detail/testing/PlainSqlite.h"
 #include "store/views/YapDatabaseAutoView.h"
 #include "store/views/YapDatabaseSearchResultsView.h"
 #include "testing/LogCapture.h"
@@ -84,6 +86,14 @@ TEST_F(GivenAnEmptyLibrary, WhenSetUpThenEachViewIsRegisteredAsItIsStored) {
         ASSERT_TRUE(extension->allowedCollections());
         EXPECT_EQ(*extension->allowedCollections(), expected.collections);
     }
+}
+
+TEST(GivenNoLibrary, WhenAnExtensionIsSetUpThenThatIsLoggedAndNothingHappens) {
+    const LogCapture log;
+    PLXDatabaseManager manager;
+    manager.setupMediaItemsViewExtension();
+    EXPECT_EQ(log.linesWith("\"mediaItemsView\" is absent: The library is not set up.").size(), 1u);
+    EXPECT_EQ(manager.database(), nullptr);
 }
 
 /// A library that is closed and opened again, with a row in every view.
@@ -235,6 +245,52 @@ TEST_F(GivenAStoredLibrary, WhenTheLocaleIsAnotherThenTheListsAreSortedAnew) {
         EXPECT_EQ(tracks(manager), (Names{"ö", "o", "p", "z"}));
         EXPECT_TRUE(isSound(manager));
     });
+}
+
+TEST_F(GivenAStoredLibrary, WhenTheLocaleChangesWhileItIsOpenThenItsListsKeepTheirOrder) {
+    withLibrary([](PLXDatabaseManager& manager) {
+        setCurrentLocale("sv_SE");
+        write(manager, [](Writer& t) {
+            put<PLXMediaItem>(t, "ö", "mediaItems", [](auto& r) { r.setTitle("Öra"); });
+        });
+        EXPECT_EQ(tracks(manager), (Names{"ö", "o", "p", "z"}));
+        EXPECT_TRUE(isSound(manager));
+    });
+    setCurrentLocale("en_US");
+    withLibrary([](PLXDatabaseManager& manager) {
+        EXPECT_EQ(tracks(manager), (Names{"ö", "o", "p", "z"}));
+        EXPECT_TRUE(isSound(manager));
+    });
+    EXPECT_EQ(rebuilt(), 0u);
+}
+
+TEST_F(GivenAStoredLibrary, WhenAnExtensionCannotBeRegisteredThenItIsAbsentAndTheLibraryWorks) {
+    withLibrary([](PLXDatabaseManager& manager) {
+        for (const char* name : {"searchResultsView", "mediaView"})
+            ASSERT_TRUE(manager.database()->unregisterExtension(name));
+    });
+    const std::string file = directory_.path() + "/library.qsml";
+    ASSERT_EQ(PlainSqlite(file).query("CREATE TABLE mediaView_groups(mine)"), "");
+    withLibrary([&](PLXDatabaseManager& manager) {
+        for (const std::string name : {"mediaView", "searchResultsView"}) {
+            EXPECT_EQ(log_.linesWith("\"" + name + "\" is absent: ").size(), 1u) << name;
+            EXPECT_EQ(manager.database()->registeredExtension(name), nullptr) << name;
+            manager.bgDatabaseConnection()->read([&](YapDatabaseReadTransaction& t) {
+                EXPECT_EQ(t.ext<YapDatabaseViewTransaction>(name), nullptr) << name;
+            });
+            const auto list = PLXViewDataSource::initWithView(name, {"mediaItem"}, manager);
+            EXPECT_EQ(list->numberOfRowsInSection(0), 0u) << name;
+        }
+        write(manager, [](Writer& t) {
+            put<PLXMediaItem>(t, "new", "mediaItems", [](auto& r) { r.setTitle("a"); });
+        });
+        EXPECT_EQ(shown(manager, "mediaItemsView")["mediaItem"], (Names{"p", "new", "z", "o"}));
+        manager.database()->check([](const YapDatabase::Fault& fault) {
+            EXPECT_TRUE(fault.extension == "mediaView" || fault.extension == "searchResultsView")
+                << fault.extension << ": " << fault.key << " " << fault.description;
+        });
+    });
+    EXPECT_EQ(log_.linesWith("is absent").size(), 2u);
 }
 
 TEST_F(GivenAStoredLibrary, WhenOpenedAgainThenTheSearchHasNoResultsUntilTheNext) {

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "database/extensions/testing/ViewedLibrary.h"
+#include "database/extensions/testing/listedRecords.h"
 #include "organisation/PLXHistorySession.h"
-#include "organisation/PLXMediaItemPlaylistItem.h"
 #include "organisation/PLXQueue.h"
 #include "organisation/PLXQueueItem.h"
 
@@ -14,23 +14,8 @@ using UUIDs = OrderedSet<String>;
 constexpr std::string_view playlists = "mediaItemPlaylists", items = "mediaItemPlaylistItems",
                            queues = "queues", queueItems = "queueItems";
 
-std::shared_ptr<PLXMediaItemPlaylist> playlist(std::string_view uuid, const String& parent,
-                                               const std::optional<UUIDs>& children = {}) {
-    auto made = PLXMediaItemPlaylist::initWithUUID(uuid);
-    made->setParentUUID(parent);
-    made->setChildUUIDs(children);
-    return made;
-}
 std::shared_ptr<PLXMediaItemPlaylist> playlistOf(const std::optional<UUIDs>& itemUUIDs) {
-    auto made = PLXMediaItemPlaylist::initWithUUID("list");
-    made->setItemUUIDs(itemUUIDs);
-    return made;
-}
-std::shared_ptr<PLXMediaItemPlaylistItem> item(std::string_view uuid,
-                                               const String& playlistUUID = "list") {
-    auto made = PLXMediaItemPlaylistItem::initWithUUID(uuid);
-    made->setPlaylistUUID(playlistUUID);
-    return made;
+    return playlist("list", nullptr, {}, itemUUIDs);
 }
 std::shared_ptr<PLXQueue> queueOf(const std::optional<UUIDs>& itemUUIDs) {
     auto made = PLXQueue::initWithUUID("queue");

@@ -49,8 +49,8 @@ void PLXDatabaseManager::setupMediaViewExtension() {
          {PLXDatabaseCollectionMediaItems, PLXDatabaseCollectionMediaArtists,
           PLXDatabaseCollectionMediaAlbums, PLXDatabaseCollectionMediaGenres,
           PLXDatabaseCollectionMediaLabels, PLXDatabaseCollectionMediaItemPlaylists}},
-        mediaGroup, detail::sortedByLocalized([](const Value& object) {
-            return detail::localizedSortKeyOf(nameOf(object));
+        mediaGroup, detail::sortedByLocalized([](const Value& object, const Collation& collation) {
+            return detail::localizedSortKeyOf(nameOf(object), collation);
         }));
 }
 

@@ -31,11 +31,13 @@ YapDatabaseViewSorting sortedBy(Key key) {
                             const YapDatabaseRow& row) { return key(row.object); };
     return sorting;
 }
-/// The same where the keys depend on the locale.
+/// The same for a function that is also given the order of texts for people: by the locale that is
+/// current now, so that all keys of a registered view compare, whatever is current later.
 template <class Key>
 YapDatabaseViewSorting sortedByLocalized(Key key) {
-    YapDatabaseViewSorting sorting = sortedBy(key);
-    sorting.identity = collationIdentity();
+    const Collation collation;
+    auto sorting = sortedBy([=](const Value& object) { return key(object, collation); });
+    sorting.identity = collation.identity();
     return sorting;
 }
 

@@ -10,7 +10,9 @@ namespace qsml::detail {
 void registerExtension(PLXDatabaseManager& manager, std::shared_ptr<YapDatabaseExtension> extension,
                        std::string_view name) {
     Error error;
-    if (manager.database()->registerExtension(std::move(extension), std::string(name), &error))
+    if (!manager.database())
+        error.description = "The library is not set up.";
+    else if (manager.database()->registerExtension(std::move(extension), std::string(name), &error))
         return;
     log("-[PLXDatabaseManager registerExtension:withName:]", __LINE__,
         "The extension \"" + std::string(name) + "\" is absent: " + error.description);

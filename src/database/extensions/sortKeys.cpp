@@ -2,8 +2,6 @@
 
 #include <bit>
 
-#include "foundation/collation.h"
-
 namespace qsml::detail {
 
 namespace {
@@ -33,9 +31,9 @@ std::string sortKeyOf(const String& text) {
     return text ? text.str() : std::string(1, afterEveryText);
 }
 
-std::string localizedSortKeyOf(const String& text) {
+std::string localizedSortKeyOf(const String& text, const Collation& collation) {
     if (!text) return std::string(1, hasNone);
-    return hasValue + localizedCaseInsensitiveSortKey(text);
+    return hasValue + collation.sortKey(text);
 }
 
 std::string sortKeyOf(std::int64_t number) {

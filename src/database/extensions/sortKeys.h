@@ -5,6 +5,7 @@
 
 #include "foundation/Date.h"
 #include "foundation/String.h"
+#include "foundation/collation.h"
 
 namespace qsml::detail {
 
@@ -12,7 +13,8 @@ namespace qsml::detail {
 // no value comes last.
 
 std::string sortKeyOf(const String& text);
-std::string localizedSortKeyOf(const String& text);
+/// By the collation in the place of the current locale.
+std::string localizedSortKeyOf(const String& text, const Collation& collation);
 std::string sortKeyOf(std::int64_t number);
 /// The newest first.
 std::string newestFirstSortKeyOf(const std::optional<Date>& date);

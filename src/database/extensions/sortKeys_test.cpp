@@ -59,7 +59,8 @@ RC_GTEST_PROP(SortKeys, OrderTextsByTheLocaleAsTheComparisonDoes, ()) {
     const std::string locale = *rc::gen::element<std::string>("en_US", "sv_SE", "de_DE", "ja_JP");
     setCurrentLocale(locale);
     const String a = anyText(), b = anyText();
-    const int byKeys = order(localizedSortKeyOf(a), localizedSortKeyOf(b));
+    const Collation collation;
+    const int byKeys = order(localizedSortKeyOf(a, collation), localizedSortKeyOf(b, collation));
     const int byComparison = safeLocalizedCaseInsensitiveCompare(a, b);
     setCurrentLocale("");
     RC_ASSERT(byKeys == byComparison);
@@ -80,8 +81,9 @@ RC_GTEST_PROP(SortKeys, OrderDatesFromTheNewestToTheOldestThenThoseWithoutDate, 
 TEST(SortKeys, OrderNilBehindEveryTextAndNotAsTheEmptyOne) {
     EXPECT_LT(sortKeyOf(String("")), sortKeyOf(String("\U0010FFFF")));
     EXPECT_LT(sortKeyOf(String("\U0010FFFF")), sortKeyOf(String()));
-    EXPECT_LT(localizedSortKeyOf(""), localizedSortKeyOf("zz"));
-    EXPECT_LT(localizedSortKeyOf("\U0010FFFF"), localizedSortKeyOf({}));
+    const Collation collation;
+    EXPECT_LT(localizedSortKeyOf("", collation), localizedSortKeyOf("zz", collation));
+    EXPECT_LT(localizedSortKeyOf("\U0010FFFF", collation), localizedSortKeyOf({}, collation));
 }
 
 }  // namespace

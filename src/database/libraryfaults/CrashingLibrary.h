@@ -157,15 +157,15 @@ protected:
     void crashEverywhere() {
         if (HasFailure()) return;
         const auto start = rowsAt_.begin()->first, end = rowsAt_.rbegin()->first;
-        const std::size_t stepOfWholes = testScale(150, 25), stepOfCompounds = testScale(900, 200);
+        const std::size_t stepOfWholes = testScale(150, 25), stepOfCompounds = testScale(900, 150);
         std::vector<std::pair<FileImage, Allowed>> again;
         forEachCrash(base_, trace_.events(), {start, end}, testScale(1, 7), testScale(2, 1),
                      [&](const FileImage& image, Allowed allowed, bool isPowerLoss) {
                          expectSound(image, allowed);
-                         if (!isPowerLoss) return;
-                         const std::size_t number = ++losses_;
-                         if (number % stepOfCompounds == 0) again.emplace_back(image, allowed);
+                         const std::size_t number = isPowerLoss ? ++losses_ : ++kills_;
                          if (number % stepOfWholes == 0) expectWholeLibrary(image);
+                         if (isPowerLoss && number % stepOfCompounds == 0)
+                             again.emplace_back(image, allowed);
                      });
         expectOneContentForEachCommit();
         for (const auto& [image, allowed] : again)
@@ -182,7 +182,7 @@ protected:
     CrashImages images_;
     std::map<std::uint64_t, std::set<std::size_t>> snapshots_;
     std::mt19937 random_{20'260'101};  // NOLINT(cert-msc51-cpp): the same losses each time
-    std::size_t states_ = 0, compounds_ = 0, losses_ = 0, wholes_ = 0;
+    std::size_t states_ = 0, compounds_ = 0, losses_ = 0, kills_ = 0, wholes_ = 0;
 };
 
 }  // namespace qsml

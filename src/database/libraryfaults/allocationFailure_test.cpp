@@ -91,10 +91,6 @@ protected:
 };
 
 TEST_P(GivenALibraryWithoutMemory, WhenAnOperationMeetsItThenAllOrNothingHappens) {
-    if (operation().name == "SetTitleID" && std::get<1>(GetParam()) == Repeat::forever)
-        GTEST_SKIP()
-            << "Known fault: where memory is gone for good, SQLite cannot roll back, and the "
-               "source's own connection keeps the write lock until it is used again.";
     // The first allocations one by one, where each is another place; then further and further
     // apart.
     const std::uint64_t divisor = testScale(8, 200);

@@ -14,14 +14,16 @@ class GivenACrash : public CrashingLibrary {};
 TEST_F(GivenACrash, WhenTracksAreImportedThenEachCommitIsWholeOrAbsent) {
     prepare(10);
     recordOpen([&] {
-        for (int track = 10; track < 40; ++track) {
+        const int single = static_cast<int>(testScale(40, 80));
+        for (int track = 10; track < single; ++track) {
             commit([&](auto& t) { return content::importTrack(t, track); });
             if (track % 10 == 5) checkpoint();
         }
         library_.settle();
-        commit([](auto& t) {
+        commit([&](auto& t) {
             bool isDone = true;
-            for (int track = 40; track < 80; ++track) isDone &= content::importTrack(t, track);
+            for (int track = single; track < single + 40; ++track)
+                isDone &= content::importTrack(t, track);
             return isDone;
         });
     });
@@ -31,7 +33,7 @@ TEST_F(GivenACrash, WhenTracksAreImportedThenEachCommitIsWholeOrAbsent) {
 TEST_F(GivenACrash, WhenASessionIsPlayedThenEachCommitIsWholeOrAbsent) {
     prepare(30);
     recordOpen([&] {
-        for (int step = 0; step < static_cast<int>(testScale(60, 150)); ++step) {
+        for (int step = 0; step < static_cast<int>(testScale(60, 300)); ++step) {
             commit([&](auto& t) { return content::edit(t, step, 30); });
             if (step % 20 == 19) checkpoint();
             if (step % 10 == 4) library_.settle();

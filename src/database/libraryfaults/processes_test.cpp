@@ -1,6 +1,7 @@
 // Processes that are killed, and two that edit one library at once.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <random>
 #include <sstream>
 
@@ -95,30 +96,65 @@ TEST_F(GivenALibraryOfAProcessThatIsKilled, WhenItWritesThenEveryAcknowledgedCom
     }
 }
 
-TEST(GivenALibraryOfTwoProcesses, WhenBothEditThenEachSeesAllOfItAndNothingIsLost) {
-    const LogCapture log;
-    const TemporaryDirectory directory;
-    makeLibrary(directory.file("library.qsml"));
-    SharedWork mine(directory.file("library.qsml"));
-    Error error;
-    ASSERT_TRUE(mine.open(&error)) << error.description;
-    ChildProcess other("qsml_library_child");
-    ASSERT_EQ(other.ask("open " + mine.library().path()), "ok");
-    const std::size_t rounds = testScale(3, 40);
-    const int commits = 60;
-    for (std::size_t round = 1; round <= rounds && !::testing::Test::HasFailure(); ++round) {
-        SCOPED_TRACE("round " + std::to_string(round));
-        other.send("edit b" + std::string(" ") + std::to_string(commits));
-        EXPECT_TRUE(mine.edit("a", commits));
-        ASSERT_EQ(other.receive(), "done");
-        const std::string seen = mine.seen();
-        EXPECT_EQ(other.ask("see"), seen);
-        EXPECT_EQ(mine.seen(), seen);
-        EXPECT_EQ(playsOf(mine.library(), 0), round * commits);
-        EXPECT_EQ(playsOf(mine.library(), 1), round * commits);
+class GivenALibraryOfSeveralProcesses : public ::testing::Test {
+protected:
+    void SetUp() override {
+        makeLibrary(path_);
+        Error error;
+        ASSERT_TRUE(mine_.open(&error)) << error.description;
     }
-    EXPECT_EQ(mine.library().faults(), "");
+    void start(ChildProcess& child) { ASSERT_EQ(child.ask("open " + path_), "ok"); }
+
+    const LogCapture log_;
+    const TemporaryDirectory directory_;
+    const std::string path_ = directory_.file("library.qsml");
+    SharedWork mine_{path_};
+};
+
+TEST_F(GivenALibraryOfSeveralProcesses, WhenTwoEditThenEachSeesAllOfItAndNothingIsLost) {
+    ChildProcess other("qsml_library_child"), reader("qsml_library_child");
+    start(other);
+    start(reader);
+    using Clock = std::chrono::steady_clock;
+    const auto end = Clock::now() + std::chrono::seconds(testScale(0, 30));
+    const std::size_t least = testScale(3, 40);
+    const int commits = 60;
+    for (std::size_t round = 1; round <= least || Clock::now() < end; ++round) {
+        SCOPED_TRACE("round " + std::to_string(round));
+        other.send("edit b " + std::to_string(commits));
+        reader.send("see");  // one of the states on the way
+        EXPECT_TRUE(mine_.edit("a", commits));
+        ASSERT_EQ(other.receive(), "done");
+        ASSERT_TRUE(reader.receive());
+        const std::string seen = mine_.seen();
+        EXPECT_EQ(other.ask("see"), seen);
+        EXPECT_EQ(reader.ask("see"), seen);
+        EXPECT_EQ(mine_.seen(), seen);
+        EXPECT_EQ(playsOf(mine_.library(), 0), round * commits);
+        EXPECT_EQ(playsOf(mine_.library(), 1), round * commits);
+        ASSERT_FALSE(HasFailure());
+    }
+    EXPECT_EQ(mine_.library().faults(), "");
     EXPECT_EQ(other.ask("check"), "ok");
+    EXPECT_EQ(reader.ask("check"), "ok");
+}
+
+TEST_F(GivenALibraryOfSeveralProcesses, WhenOneIsKilledThenTheOthersGoOnAtOnce) {
+    std::mt19937 random(11);  // NOLINT(cert-msc51-cpp): the same moments each time
+    for (std::size_t kill = 0; kill < testScale(6, 200); ++kill) {
+        SCOPED_TRACE("kill " + std::to_string(kill));
+        ChildProcess other("qsml_library_child");
+        start(other);
+        other.send("count 5 4");
+        for (std::size_t lines = random() % 40; lines > 0; --lines) ASSERT_TRUE(other.receive());
+        other.kill();
+        EXPECT_TRUE(mine_.edit("a", 5));
+        while (other.receive()) {
+        }
+        other.wait();
+        ASSERT_FALSE(HasFailure());
+    }
+    EXPECT_EQ(mine_.library().faults(), "");
 }
 
 }  // namespace

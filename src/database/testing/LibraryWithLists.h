@@ -140,4 +140,17 @@ private:
     }
 };
 
+/// Filled, with a list of both groups whose delegate writes down its calls.
+class FilledLibraryWithAList : public LibraryWithLists {
+protected:
+    void SetUp() override {
+        LibraryWithLists::SetUp();
+        fill();
+        list_ = list();
+        list_->setDelegate(delegate_);
+    }
+    std::shared_ptr<PLXViewDataSourceDelegate> delegate_ = recorder();
+    std::shared_ptr<PLXViewDataSource> list_;
+};
+
 }  // namespace qsml
