@@ -11,23 +11,9 @@ protected:
             writeFLAC(music(title + ".flac"), 60, {{"TITLE", {title}}, {"ARTIST", {"Ann"}}});
         ASSERT_EQ(number(import(), "tracksAdded"), 4);
     }
-    void succeed(const std::vector<std::string>& arguments) const {
-        const ProgramRun run = qsml(arguments);
-        EXPECT_EQ(run.exitStatus, 0) << run.errors;
-    }
-    /// What is said on standard error.
-    std::string refusal(const std::vector<std::string>& arguments) const {
-        const ProgramRun run = qsml(arguments);
-        EXPECT_EQ(run.exitStatus, 1);
-        EXPECT_EQ(run.output, "");
-        return run.errors;
-    }
     /// The first object that a command writes.
     rapidjson::Document told(std::vector<std::string> arguments) const {
-        arguments.emplace_back("--json");
-        const ProgramRun run = qsml(arguments);
-        EXPECT_EQ(run.exitStatus, 0) << run.errors;
-        auto lines = objects(run.output);
+        auto lines = succeed(std::move(arguments));
         EXPECT_FALSE(lines.empty());
         if (lines.empty()) return rapidjson::Document(rapidjson::kObjectType);
         return std::move(lines.front());

@@ -36,6 +36,10 @@ struct ListedChange {
 /// The fewest moves that make one list of the other, with all else that has to be done: sections,
 /// then deletions, insertions, moves and updates, each in the order of the paths. A moved row that
 /// is also shown differently is a move alone, which tells its new text. O(n log n).
+///
+/// Not the library's own changes of mapped rows: whoever watches only hears of other processes'
+/// commits. After these each row that stayed counts as changed, a row that went has no key, and a
+/// long list is replaced as a whole, so that what is shown has to be compared in any case.
 std::vector<ListedChange> changesBetween(const ListedRows& before, const ListedRows& after);
 
 }  // namespace qsml::app

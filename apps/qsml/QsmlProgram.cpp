@@ -1,9 +1,12 @@
 #include "QsmlProgram.h"
 
-#include <grp.h>
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 #include <sys/stat.h>
+
+#include <algorithm>
+
+#include "testing/obeyFileModes.h"
 
 namespace qsml::app {
 
@@ -17,6 +20,20 @@ ProgramRun QsmlProgram::qsmlAlone(std::vector<std::string> arguments, const RunO
 ProgramRun QsmlProgram::qsml(std::vector<std::string> arguments, const RunOptions& options) const {
     arguments.insert(arguments.begin(), {"--library", library()});
     return qsmlAlone(std::move(arguments), options);
+}
+
+std::vector<rapidjson::Document> QsmlProgram::succeed(std::vector<std::string> arguments) const {
+    arguments.insert(std::find(arguments.begin(), arguments.end(), "--"), "--json");
+    const ProgramRun run = qsml(std::move(arguments));
+    EXPECT_EQ(run.exitStatus, 0) << run.errors;
+    return objects(run.output);
+}
+
+std::string QsmlProgram::refusal(const std::vector<std::string>& arguments) const {
+    const ProgramRun run = qsml(arguments);
+    EXPECT_EQ(run.exitStatus, 1);
+    EXPECT_EQ(run.output, "");
+    return run.errors;
 }
 
 rapidjson::Document QsmlProgram::import(std::vector<std::string> options) const {
@@ -94,18 +111,8 @@ std::string compact(const rapidjson::Value& value) {
     return buffer.GetString();
 }
 
-void dropPrivileges() {
-    if (::getuid() != 0) return;
-    constexpr unsigned nobody = 65534;
-    if (::setgroups(0, nullptr) != 0 || ::setgid(nobody) != 0 || ::setuid(nobody) != 0)
-        ::_exit(126);
-}
-
-void openToAll(const std::string& path) {
-    struct stat status = {};
-    ASSERT_EQ(::stat(path.c_str(), &status), 0) << path;
-    const mode_t all = S_ISDIR(status.st_mode) ? 0777 : 0666;
-    ASSERT_EQ(::chmod(path.c_str(), all), 0) << path;
+void obeyFileModesOrEnd() {
+    if (!obeyFileModes()) ::_exit(126);
 }
 
 }  // namespace qsml::app

@@ -21,6 +21,11 @@ protected:
     ProgramRun qsml(std::vector<std::string> arguments, const RunOptions& options = {}) const;
     /// Runs qsml with exactly these arguments.
     static ProgramRun qsmlAlone(std::vector<std::string> arguments, const RunOptions& options = {});
+    /// The same with --json; expects success and answers the lines.
+    std::vector<rapidjson::Document> succeed(std::vector<std::string> arguments) const;
+    /// Runs `qsml --library library() ARGUMENTS`; expects failure without output, and answers what
+    /// is said on standard error.
+    std::string refusal(const std::vector<std::string>& arguments) const;
     /// Imports the music folder; expects success and answers the last line, the summary.
     rapidjson::Document import(std::vector<std::string> options = {}) const;
 
@@ -49,10 +54,7 @@ std::vector<std::string> texts(const rapidjson::Value& object, const char* membe
 /// Compact, members in the order in which they were read.
 std::string compact(const rapidjson::Value& value);
 
-/// For RunOptions::beforeExec: gives up root's rights, which ignore the modes of files. Nothing for
-/// other users.
-void dropPrivileges();
-/// Opens a folder or file to everybody.
-void openToAll(const std::string& path);
+/// For RunOptions::beforeExec: root reads and writes what the modes of files allow, and no more.
+void obeyFileModesOrEnd();
 
 }  // namespace qsml::app

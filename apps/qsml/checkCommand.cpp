@@ -37,10 +37,9 @@ void putResult(std::uint64_t rows, std::uint64_t faults, bool asJSON) {
     else if (faults == 0)
         putLine(fmt::format("no faults in {} records", grouped(rows)));
     else
-        putLine(
-            fmt::format("{} faults in {} records; restore the file from a backup, or keep using "
-                        "what can be read",
-                        grouped(faults), grouped(rows)));
+        putLine(fmt::format(
+            "{} faults in {} records; \"qsml repair\" mends lists and sets damaged records aside",
+            grouped(faults), grouped(rows)));
 }
 
 }  // namespace

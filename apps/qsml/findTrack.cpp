@@ -39,22 +39,46 @@ bool hasTitle(const PLXMediaItem& track, const std::string& text) {
     return track.title() && localizedCaseInsensitiveCompare(track.title(), text) == 0;
 }
 
-String uuidOf(const std::string& which, const YapDatabaseReadTransaction& transaction) {
-    if (transaction.hasObjectForKey(which, PLXDatabaseCollectionMediaItems)) return which;
-    const String part = lowercased(which);
-    Candidates named, containing;
-    enumerateTracks(transaction, [&](const PLXMediaItem& track) {
+/// The search for one track.
+struct Search {
+    std::string which;
+    String part = lowercased(which);
+    Candidates named = {}, containing = {};
+
+    void look(const PLXMediaItem& track, const String& title) {
         if (track.uuid().view().starts_with(which) || hasTitle(track, which))
             named.add(track);
-        else if (lowercased(track.title()).view().find(part.view()) != std::string_view::npos)
+        else if (title.view().find(part.view()) != std::string_view::npos)
             containing.add(track);
-    });
-    const Candidates& best = named.count > 0 ? named : containing;
-    if (best.count == 0)
-        throw CommandFailure("no track has the ID or the title \"" + which +
-                             "\"; \"qsml tracks\" lists them all");
-    if (best.count > 1) failAmbiguous(which, best);
-    return best.uuids.front();
+    }
+    String uuid() const {
+        const Candidates& best = named.count > 0 ? named : containing;
+        if (best.count == 0)
+            throw CommandFailure("no track has the ID or the title \"" + which +
+                                 "\"; \"qsml tracks\" lists them all");
+        if (best.count > 1) failAmbiguous(which, best);
+        return best.uuids.front();
+    }
+};
+
+std::vector<String> uuidsOf(const std::vector<std::string>& which,
+                            const YapDatabaseReadTransaction& transaction) {
+    std::vector<Search> searches;
+    for (const std::string& one : which)
+        if (!transaction.hasObjectForKey(one, PLXDatabaseCollectionMediaItems))
+            searches.push_back({one});
+    if (!searches.empty())
+        enumerateTracks(transaction, [&](const PLXMediaItem& track) {
+            const String title = lowercased(track.title());
+            for (Search& search : searches) search.look(track, title);
+        });
+    std::vector<String> uuids;
+    auto search = searches.begin();
+    for (const std::string& one : which) {
+        const bool isSearched = search != searches.end() && search->which == one;
+        uuids.push_back(isSearched ? (search++)->uuid() : String(one));
+    }
+    return uuids;
 }
 
 }  // namespace
@@ -70,12 +94,27 @@ void enumerateTracks(const YapDatabaseReadTransaction& transaction,
 
 std::shared_ptr<const PLXMediaItem> findTrack(const std::string& which,
                                               const YapDatabaseReadTransaction& transaction) {
-    const String uuid = uuidOf(which, transaction);
-    auto track = transaction.object<PLXMediaItem>(uuid, PLXDatabaseCollectionMediaItems);
-    if (!track)
-        throw CommandFailure("the track " + uuid.str() +
-                             " is damaged and cannot be read; \"qsml check\" tells more");
-    return track;
+    return findTracks({which}, transaction).front();
+}
+
+std::vector<std::shared_ptr<const PLXMediaItem>> findTracks(
+    const std::vector<std::string>& which, const YapDatabaseReadTransaction& transaction) {
+    std::vector<std::shared_ptr<const PLXMediaItem>> tracks;
+    for (const String& uuid : uuidsOf(which, transaction)) {
+        tracks.push_back(transaction.object<PLXMediaItem>(uuid, PLXDatabaseCollectionMediaItems));
+        if (!tracks.back())
+            throw CommandFailure("the track " + uuid.str() +
+                                 " is damaged and cannot be read; \"qsml check\" tells more");
+    }
+    return tracks;
+}
+
+void requireTracks(const std::vector<std::shared_ptr<const PLXMediaItem>>& tracks,
+                   const YapDatabaseReadTransaction& transaction) {
+    for (const auto& track : tracks)
+        if (!transaction.hasObjectForKey(track->uuid(), PLXDatabaseCollectionMediaItems))
+            throw CommandFailure("the track " + track->uuid().str() +
+                                 " has just been removed; nothing is changed");
 }
 
 }  // namespace qsml::app

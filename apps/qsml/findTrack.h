@@ -2,6 +2,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace qsml {
 class PLXMediaItem;
@@ -19,5 +20,11 @@ void enumerateTracks(const YapDatabaseReadTransaction& transaction,
 /// there are several.
 std::shared_ptr<const PLXMediaItem> findTrack(const std::string& which,
                                               const YapDatabaseReadTransaction& transaction);
+/// The same of several, one for each in its place, with one look at the tracks.
+std::vector<std::shared_ptr<const PLXMediaItem>> findTracks(
+    const std::vector<std::string>& which, const YapDatabaseReadTransaction& transaction);
+/// In the write that follows: throws CommandFailure when another process has removed one meanwhile.
+void requireTracks(const std::vector<std::shared_ptr<const PLXMediaItem>>& tracks,
+                   const YapDatabaseReadTransaction& transaction);
 
 }  // namespace qsml::app

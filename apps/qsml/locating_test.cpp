@@ -26,17 +26,6 @@ protected:
         writeFLAC(music("c/three.flac"), 62, {{"TITLE", {"Three"}}});
         ASSERT_EQ(number(import(), "tracksAdded"), 3);
     }
-    std::vector<rapidjson::Document> succeed(std::vector<std::string> arguments) const {
-        arguments.emplace_back("--json");
-        const ProgramRun run = qsml(arguments);
-        EXPECT_EQ(run.exitStatus, 0) << run.errors;
-        return objects(run.output);
-    }
-    std::string refusal(const std::vector<std::string>& arguments) const {
-        const ProgramRun run = qsml(arguments);
-        EXPECT_EQ(run.exitStatus, 1);
-        return run.errors;
-    }
     rapidjson::Document located(const std::string& track) const {
         return std::move(succeed({"locate", track}).at(0));
     }

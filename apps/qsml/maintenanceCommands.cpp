@@ -55,11 +55,10 @@ int runRepair(const CommonOptions& common, const RepairOptions& options) {
     AsideFile aside(options.aside, libraryPath(common.library).path);
     std::uint64_t count = 0;
     setAside(*database, aside, count);
-    // Setting rows aside has built all of them anew.
+    // Setting rows aside has built those anew that are there, and none of the missing ones.
     Error error;
-    if (count == 0 && !database->rebuildExtensions(&error))
-        throw CommandFailure("cannot build the lists and indexes anew; the library is as it was",
-                             error);
+    if (!database->rebuildExtensions(&error))
+        throw CommandFailure("cannot build all lists and indexes anew", error);
     bar.clear();
     const std::uint64_t extensions = database->registeredExtensionNames().size();
     if (common.asJSON) {

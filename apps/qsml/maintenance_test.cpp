@@ -26,6 +26,15 @@ protected:
         EXPECT_EQ(run.exitStatus, 0) << run.errors;
         return run.output;
     }
+    /// Makes the page on which the table begins unreadable as a tree.
+    void spoilPageOf(const std::string& table) const {
+        sql("PRAGMA wal_checkpoint(TRUNCATE)");
+        const auto page =
+            std::stoul(sql("SELECT rootpage FROM sqlite_master WHERE name='" + table + "'"));
+        std::string bytes = contentOf(library());
+        bytes.replace((page - 1) * 8192, 8192, std::string(8192, '\x7f'));
+        writeFile(library(), bytes);
+    }
     std::string aside() const { return library() + ".aside.jsonl"; }
 };
 
@@ -54,6 +63,37 @@ TEST_F(GivenALibraryToMend, WhenAnExtensionIsWrongThenRepairMakesItRight) {
     ASSERT_EQ(qsml({"check"}).exitStatus, 1);
     EXPECT_EQ(qsml({"repair"}).exitStatus, 0);
     EXPECT_EQ(qsml({"check"}).output.substr(0, 9), "no faults");
+}
+
+TEST_F(GivenALibraryToMend, WhenPagesOfTheLinksAreDamagedThenTheyAreMissedAndMadeAnew) {
+    const std::string before = qsml({"edges"}).output;
+    for (const std::string table : {"names", "absent", "edges"}) {
+        SCOPED_TRACE(table);
+        spoilPageOf("relationship_" + table);
+        const ProgramRun check = qsml({"check"});
+        EXPECT_EQ(check.exitStatus, 1);
+        const bool isOpened = table == "edges";  // the page itself is then named
+        EXPECT_THAT(check.output,
+                    HasSubstr(isOpened ? "Page " : "fault in extension relationship"));
+        const ProgramRun repair = qsml({"repair"});
+        EXPECT_EQ(repair.exitStatus, 0) << repair.errors;
+        EXPECT_EQ(qsml({"compact"}).exitStatus, 0) << "pages that belong to nobody";
+        EXPECT_EQ(qsml({"check"}).output.substr(0, 9), "no faults");
+        EXPECT_EQ(qsml({"edges"}).output, before);
+    }
+}
+
+TEST_F(GivenALibraryToMend, WhenTheLinksAreOfANewerVersionThenRepairSaysSoAndLeavesThem) {
+    sql("UPDATE yap SET data='99' WHERE extension='relationship' AND key='#format'");
+    EXPECT_THAT(qsml({"check"}).output, HasSubstr("extension relationship"));
+    const ProgramRun repair = qsml({"repair"});
+    EXPECT_EQ(repair.exitStatus, 1);
+    EXPECT_EQ(repair.output, "");
+    EXPECT_THAT(repair.errors, HasSubstr("\"relationship\" cannot be registered"));
+    EXPECT_THAT(repair.errors, HasSubstr("cannot build all lists and indexes anew"));
+    sql("UPDATE yap SET data='1' WHERE extension='relationship' AND key='#format'");
+    EXPECT_EQ(qsml({"repair"}).exitStatus, 0);
+    EXPECT_EQ(qsml({"check"}).exitStatus, 0);
 }
 
 TEST_F(GivenALibraryToMend, WhenRecordsAreDamagedThenTheirBytesAreSetAside) {

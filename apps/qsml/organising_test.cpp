@@ -2,7 +2,7 @@
 
 #include <thread>
 
-#include "QsmlProgram.h"
+#include "FourTracks.h"
 
 namespace qsml::app {
 namespace {
@@ -12,24 +12,8 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
-/// Four tracks, named by the first word of their titles.
-class GivenTracks : public QsmlProgram {
+class GivenTracks : public FourTracks {
 protected:
-    void SetUp() override {
-        for (const std::string title : {"First Light", "Second Sun", "Third Rail", "Fourth Wall"})
-            writeFLAC(music(title + ".flac"), 60, {{"TITLE", {title}}, {"ARTIST", {"Ann"}}});
-        ASSERT_EQ(number(import(), "tracksAdded"), 4);
-    }
-    void succeed(const std::vector<std::string>& arguments) const {
-        const ProgramRun run = qsml(arguments);
-        EXPECT_EQ(run.exitStatus, 0) << run.errors;
-    }
-    std::string refusal(const std::vector<std::string>& arguments) const {
-        const ProgramRun run = qsml(arguments);
-        EXPECT_EQ(run.exitStatus, 1);
-        EXPECT_EQ(run.output, "");
-        return run.errors;
-    }
     std::vector<std::string> queued() const {
         std::vector<std::string> titles;
         for (const auto& entry : objects(qsml({"queue", "list", "--json"}).output)) {

@@ -54,15 +54,27 @@ void tell(const CommonOptions& common, std::string_view what, const std::vector<
                 fmt::format("{} {}. {}", what, entry.position + 1, printable(entry.title.view())));
 }
 
-/// Runs the block on the playlist's entries in one transaction, and stores them.
-void changeEntries(
-    const CommonOptions& common, const PlaylistOptions& options,
-    const std::function<void(PlaylistEntries&, YapDatabaseReadWriteTransaction&)>& block) {
+using Tracks = std::vector<std::shared_ptr<const PLXMediaItem>>;
+
+/// Runs the block on the playlist's entries in one transaction, and stores them. What the options
+/// name is looked for before: nobody else can write meanwhile, and that reads every track.
+void changeEntries(const CommonOptions& common, const PlaylistOptions& options,
+                   const std::function<void(PlaylistEntries&, const Tracks&,
+                                            YapDatabaseReadWriteTransaction&)>& block) {
     const auto connection = openLibrary(libraryPath(common.library), Opening::existing);
+    String uuid;
+    Tracks tracks;
+    readLibrary(connection, [&](YapDatabaseReadTransaction& transaction) {
+        uuid = findPlaylist(options.playlist, PlaylistTree(transaction))->uuid();
+        tracks = findTracks(options.tracks, transaction);
+    });
     changeLibrary(connection, [&](YapDatabaseReadWriteTransaction& transaction) {
-        const PlaylistTree tree(transaction);
-        PlaylistEntries entries(findPlaylist(options.playlist, tree), transaction);
-        block(entries, transaction);
+        auto playlist =
+            transaction.object<PLXMediaItemPlaylist>(uuid, PLXDatabaseCollectionMediaItemPlaylists);
+        if (!playlist) throw CommandFailure("the playlist has just been removed");
+        requireTracks(tracks, transaction);
+        PlaylistEntries entries(std::move(playlist), transaction);
+        block(entries, tracks, transaction);
         entries.store(transaction);
     });
 }
@@ -114,10 +126,10 @@ int runPlaylistShow(const CommonOptions& common, const PlaylistOptions& options)
 
 int runPlaylistInsert(const CommonOptions& common, const PlaylistOptions& options) {
     std::vector<Placed> added;
-    const auto block = [&](PlaylistEntries& entries, YapDatabaseReadWriteTransaction& transaction) {
+    const auto block = [&](PlaylistEntries& entries, const Tracks& tracks,
+                           YapDatabaseReadWriteTransaction& transaction) {
         std::size_t position = options.at == 0 ? entries.items().size() : options.at - 1;
-        for (const std::string& which : options.tracks) {
-            const auto track = findTrack(which, transaction);
+        for (const auto& track : tracks) {
             added.push_back({entries.add(*track, position, transaction), position, track->title()});
             ++position;
         }
@@ -129,7 +141,8 @@ int runPlaylistInsert(const CommonOptions& common, const PlaylistOptions& option
 
 int runPlaylistReorder(const CommonOptions& common, const PlaylistOptions& options) {
     std::vector<Placed> moved;
-    const auto block = [&](PlaylistEntries& entries, YapDatabaseReadWriteTransaction& transaction) {
+    const auto block = [&](PlaylistEntries& entries, const Tracks&,
+                           YapDatabaseReadWriteTransaction& transaction) {
         entries.move(options.from - 1, options.to - 1);
         moved.push_back(placed(entries.items()[options.to - 1], options.to - 1, transaction));
     };
@@ -140,7 +153,8 @@ int runPlaylistReorder(const CommonOptions& common, const PlaylistOptions& optio
 
 int runPlaylistRemove(const CommonOptions& common, const PlaylistOptions& options) {
     std::vector<Placed> removed;
-    const auto block = [&](PlaylistEntries& entries, YapDatabaseReadWriteTransaction& transaction) {
+    const auto block = [&](PlaylistEntries& entries, const Tracks&,
+                           YapDatabaseReadWriteTransaction& transaction) {
         std::set<std::size_t> positions;
         for (const std::size_t position : options.positions) positions.insert(position - 1);
         auto position = positions.begin();

@@ -37,13 +37,20 @@ void tell(const CommonOptions& common, std::string_view what, const Placed& entr
                                 printable(textsOf(item->titleID()).title)));
 }
 
-/// Runs the block on the queue in one transaction; a library that has no queue gets one.
-void changeQueue(
-    const CommonOptions& common,
-    const std::function<void(QueueEntries&, YapDatabaseReadWriteTransaction&)>& block) {
-    const auto connection = openLibrary(libraryPath(common.library), Opening::existing);
+using Connection = std::shared_ptr<YapDatabaseConnection>;
+
+/// A library that has no queue gets one.
+Connection openQueue(const CommonOptions& common) {
+    auto connection = openLibrary(libraryPath(common.library), Opening::existing);
     if (!PLXQueue::defaultQueue())
         throw CommandFailure("cannot read or make the queue; \"qsml check\" tells more");
+    return connection;
+}
+
+/// Runs the block on the queue in one transaction.
+void changeQueue(
+    const Connection& connection,
+    const std::function<void(QueueEntries&, YapDatabaseReadWriteTransaction&)>& block) {
     changeLibrary(connection, [&](YapDatabaseReadWriteTransaction& transaction) {
         QueueEntries queue(transaction);
         block(queue, transaction);
@@ -72,12 +79,17 @@ int runQueueList(const CommonOptions& common) {
 }
 
 int runQueueAdd(const CommonOptions& common, const QueueOptions& options) {
+    const auto connection = openQueue(common);
+    std::vector<std::shared_ptr<const PLXMediaItem>> tracks;
+    readLibrary(connection, [&](YapDatabaseReadTransaction& transaction) {
+        tracks = findTracks(options.tracks, transaction);
+    });
     Placed added;
-    changeQueue(common, [&](QueueEntries& queue, YapDatabaseReadWriteTransaction& transaction) {
+    changeQueue(connection, [&](QueueEntries& queue, YapDatabaseReadWriteTransaction& transaction) {
+        requireTracks(tracks, transaction);
         std::size_t position = options.at == 0 ? queue.items().size() : options.at - 1;
-        for (const std::string& which : options.tracks) {
-            added.emplace_back(queue.add(*findTrack(which, transaction), position, transaction),
-                               position);
+        for (const auto& track : tracks) {
+            added.emplace_back(queue.add(*track, position, transaction), position);
             ++position;
         }
     });
@@ -87,34 +99,38 @@ int runQueueAdd(const CommonOptions& common, const QueueOptions& options) {
 
 int runQueueMove(const CommonOptions& common, const QueueOptions& options) {
     Placed moved;
-    changeQueue(common, [&](QueueEntries& queue, YapDatabaseReadWriteTransaction& transaction) {
-        queue.move(options.from - 1, options.to - 1, transaction);
-        moved.emplace_back(queue.items()[options.to - 1], options.to - 1);
-    });
+    changeQueue(openQueue(common),
+                [&](QueueEntries& queue, YapDatabaseReadWriteTransaction& transaction) {
+                    queue.move(options.from - 1, options.to - 1, transaction);
+                    moved.emplace_back(queue.items()[options.to - 1], options.to - 1);
+                });
     tell(common, "moved to", moved);
     return 0;
 }
 
 int runQueueRemove(const CommonOptions& common, const QueueOptions& options) {
     Placed removed;
-    changeQueue(common, [&](QueueEntries& queue, YapDatabaseReadWriteTransaction& transaction) {
-        std::set<std::size_t> positions;
-        for (const std::size_t position : options.positions) positions.insert(position - 1);
-        const auto items = queue.remove(positions, transaction);
-        auto position = positions.begin();
-        for (const auto& item : items) removed.emplace_back(item, *position++);
-    });
+    changeQueue(openQueue(common),
+                [&](QueueEntries& queue, YapDatabaseReadWriteTransaction& transaction) {
+                    std::set<std::size_t> positions;
+                    for (const std::size_t position : options.positions)
+                        positions.insert(position - 1);
+                    const auto items = queue.remove(positions, transaction);
+                    auto position = positions.begin();
+                    for (const auto& item : items) removed.emplace_back(item, *position++);
+                });
     tell(common, "removed", removed);
     return 0;
 }
 
 int runQueueClear(const CommonOptions& common) {
     std::size_t removed = 0;
-    changeQueue(common, [&](QueueEntries& queue, YapDatabaseReadWriteTransaction& transaction) {
-        std::set<std::size_t> all;
-        for (std::size_t i = 0; i < queue.items().size(); ++i) all.insert(all.end(), i);
-        removed = queue.remove(all, transaction).size();
-    });
+    changeQueue(openQueue(common),
+                [&](QueueEntries& queue, YapDatabaseReadWriteTransaction& transaction) {
+                    std::set<std::size_t> all;
+                    for (std::size_t i = 0; i < queue.items().size(); ++i) all.insert(all.end(), i);
+                    removed = queue.remove(all, transaction).size();
+                });
     if (common.asJSON)
         putJSON({{"removed", static_cast<std::int64_t>(removed)}});
     else

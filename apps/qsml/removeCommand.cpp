@@ -50,8 +50,8 @@ int runRemove(const CommonOptions& common, const RemoveOptions& options) {
     const auto connection = openLibrary(libraryPath(common.library), Opening::existing);
     std::set<std::string> uuids;
     readLibrary(connection, [&](YapDatabaseReadTransaction& transaction) {
-        for (const std::string& which : options.tracks)
-            uuids.insert(findTrack(which, transaction)->uuid().str());
+        for (const auto& track : findTracks(options.tracks, transaction))
+            uuids.insert(track->uuid().str());
     });
     std::vector<TrackRemoval::Row> gone, kept;
     changeLibrary(connection, [&](YapDatabaseReadWriteTransaction& transaction) {

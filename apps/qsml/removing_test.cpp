@@ -29,12 +29,6 @@ protected:
                    {"BPM", {"120"}},
                    {"ISRC", {isrc}}});
     }
-    std::vector<rapidjson::Document> succeed(std::vector<std::string> arguments) const {
-        arguments.emplace_back("--json");
-        const ProgramRun run = qsml(arguments);
-        EXPECT_EQ(run.exitStatus, 0) << run.errors;
-        return objects(run.output);
-    }
     /// "collection" of each removed row, with a "+" for one that a rule took along.
     static std::vector<std::string> removed(const std::string& output) {
         std::vector<std::string> all;

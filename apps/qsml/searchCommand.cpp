@@ -57,12 +57,28 @@ Table::Row resultRow(const Result& result, const YapDatabaseReadTransaction& tra
     return {std::string(result.group), nameOf(result.record).str(), "", "", id};
 }
 
-void putResults(const CommonOptions& common, const SearchOptions& options, Results& results,
-                const YapDatabaseReadTransaction& transaction) {
-    std::optional<Table> table;
-    if (!common.asJSON)
-        table.emplace(std::vector<Table::Column>{
-            {"Kind", 8}, {"Name", 40}, {"Artist", 30}, {"Album", 40}, {"ID", 8}});
+/// What is to be written of the results.
+struct Lines {
+    bool isJSON;
+    std::vector<Dictionary> objects = {};
+    std::vector<Table::Row> rows = {};
+
+    void add(const Result& result, const YapDatabaseReadTransaction& transaction) {
+        if (isJSON)
+            objects.push_back(resultValues(result, transaction));
+        else
+            rows.push_back(resultRow(result, transaction));
+    }
+    void put() const {
+        for (const Dictionary& object : objects) putJSON(object);
+        if (isJSON) return;
+        Table table({{"Kind", 8}, {"Name", 40}, {"Artist", 30}, {"Album", 40}, {"ID", 8}});
+        for (const Table::Row& row : rows) table.add(row);
+    }
+};
+
+void collect(const SearchOptions& options, Results& results,
+             const YapDatabaseReadTransaction& transaction, Lines& lines) {
     Page rest = options.page;
     for (const std::string_view group : groups) {
         if (!options.group.empty() && options.group != group) continue;
@@ -72,12 +88,7 @@ void putResults(const CommonOptions& common, const SearchOptions& options, Resul
         rest = {rest.limit - length, rest.offset - first};
         const auto block = [&](std::string_view, std::string_view key, const Value& object,
                                std::uint64_t, bool&) {
-            if (!object.object()) return;
-            const Result result{group, key, *object.object()};
-            if (table)
-                table->add(resultRow(result, transaction));
-            else
-                putJSON(resultValues(result, transaction));
+            if (object.object()) lines.add({group, key, *object.object()}, transaction);
         };
         if (length > 0) results.enumerateKeysAndObjectsInGroup(group, block, {first, length});
     }
@@ -88,17 +99,19 @@ void putResults(const CommonOptions& common, const SearchOptions& options, Resul
 int runSearch(const CommonOptions& common, const SearchOptions& options) {
     const auto connection = openLibrary(libraryPath(common.library), Opening::existing);
     const std::string query = fullTextQueryForTypedText(options.text);
+    Lines lines{common.asJSON};
     Error error;
     changeLibrary(connection, [&](YapDatabaseReadWriteTransaction& transaction) {
         auto* const results = transaction.ext<Results>(PLXDatabaseExtensionSearchResultsView);
         if (!results)
             throw CommandFailure("the library has no search index; \"qsml check\" tells more");
         results->performSearchFor(query);
-        putResults(common, options, *results, transaction);
+        collect(options, *results, transaction, lines);
         error = transaction.error();
         transaction.rollback();  // a search is a write to the store, but not to the file
     });
     if (error) throw CommandFailure("cannot read the library; \"qsml check\" tells more", error);
+    lines.put();  // not before: whoever reads it slowly would keep all writers waiting
     return 0;
 }
 

@@ -26,18 +26,6 @@ protected:
         writeFLAC(music(title + ".flac"), 60 + static_cast<double>(title.size()),
                   {{"TITLE", {title}}, {"ARTIST", {"Ann"}}, {"ISRC", {isrc}}});
     }
-    std::vector<rapidjson::Document> succeed(std::vector<std::string> arguments) const {
-        arguments.emplace_back("--json");
-        const ProgramRun run = qsml(arguments);
-        EXPECT_EQ(run.exitStatus, 0) << run.errors;
-        return objects(run.output);
-    }
-    std::string refusal(const std::vector<std::string>& arguments) const {
-        const ProgramRun run = qsml(arguments);
-        EXPECT_EQ(run.exitStatus, 1);
-        EXPECT_EQ(run.output, "");
-        return run.errors;
-    }
     rapidjson::Document shown(const std::string& track) const {
         auto all = succeed({"show", track});
         EXPECT_EQ(all.size(), 1u);
