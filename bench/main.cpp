@@ -1,6 +1,7 @@
-// qsml_bench --data FILE.tsv --dir WORKDIR [--quick]: whole jobs on a generated library, one JSON
-// line per figure on standard output. It checks its own results and exits with 2 where one is
-// wrong. --quick leaves out the import in batches.
+// qsml_bench --data FILE.tsv --dir WORKDIR [--quick] [--only JOB,...]: whole jobs on a generated
+// library, one JSON line per figure on standard output. It checks its own results and exits with 2
+// where one is wrong. --quick leaves out the import in batches; --only does the named jobs and the
+// import, which they need.
 //
 // The library is the whole one: every extension is registered, a list of all tracks by title is
 // open and one observer watches the tracks. Where a figure is of storing alone (import, commit,
@@ -47,11 +48,31 @@ void evict(const std::string& path) {
     }
 }
 
+namespace {
+
+struct Job {
+    std::string_view name;
+    void (*measure)(const Bench&);
+};
+
+constexpr Job jobs[] = {{"codec", measureCodec},     {"import", measureImport},
+                        {"opening", measureOpening}, {"reads", measureReads},
+                        {"lists", measureLists},     {"search", measureSearch},
+                        {"rebuild", measureRebuild}, {"notify", measureNotifications},
+                        {"session", measureSession}, {"commits", measureCommits},
+                        {"cascade", measureCascade}, {"list-edits", measureListEdits}};
+
+bool isWanted(std::string_view job, const std::string& only) {
+    return only.empty() || job == "import" ||
+           ("," + only + ",").find("," + std::string(job) + ",") != std::string::npos;
+}
+
+}  // namespace
 }  // namespace qsml::bench
 
 int main(int count, char** arguments) {
     using namespace qsml::bench;
-    std::string data, directory;
+    std::string data, directory, only;
     bool quick = false;
     for (int i = 1; i < count; ++i) {
         const std::string_view argument = arguments[i];
@@ -59,13 +80,15 @@ int main(int count, char** arguments) {
             data = arguments[++i];
         else if (argument == "--dir" && i + 1 < count)
             directory = arguments[++i];
+        else if (argument == "--only" && i + 1 < count)
+            only = arguments[++i];
         else if (argument == "--quick")
             quick = true;
         else
             data.clear();
     }
     if (data.empty() || directory.empty()) {
-        std::cerr << "usage: qsml_bench --data FILE.tsv --dir WORKDIR [--quick]\n";
+        std::cerr << "usage: qsml_bench --data FILE.tsv --dir WORKDIR [--quick] [--only JOB,...]\n";
         return 2;
     }
     directory += "/qsml_bench";
@@ -76,10 +99,8 @@ int main(int count, char** arguments) {
     const DataSet set = DataSet::load(data);
     const Report report(set.tracks.size());
     const Bench bench{set, report, directory, quick};
-    for (const auto measure : {measureCodec, measureImport, measureOpening, measureReads,
-                               measureLists, measureSearch, measureRebuild, measureNotifications,
-                               measureSession, measureCommits, measureCascade, measureListEdits})
-        measure(bench);
+    for (const Job& job : jobs)
+        if (isWanted(job.name, only)) job.measure(bench);
     std::filesystem::remove_all(directory);
     return 0;
 }
