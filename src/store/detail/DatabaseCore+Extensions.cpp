@@ -15,9 +15,10 @@ bool DatabaseCore::runWrite(const std::shared_ptr<YapDatabase>& database,
                             const std::function<void(ConnectionCore&)>& block, Error* error) {
     if (!registrar_) registrar_ = newConnection(error);
     if (!registrar_) return false;
-    // The transaction answers a connection like any other; its core comes back when it ends.
-    const std::shared_ptr<YapDatabaseConnection> face(
-        new YapDatabaseConnection(database, std::move(registrar_)));
+    // The transaction answers a connection like any other; its core comes back when it ends. It
+    // takes its place last: a connection that goes for lack of memory would lose it.
+    const std::shared_ptr<YapDatabaseConnection> face(new YapDatabaseConnection(database, nullptr));
+    face->core_ = std::move(registrar_);
     struct ComeBack {
         DatabaseCore& database;
         YapDatabaseConnection& face;

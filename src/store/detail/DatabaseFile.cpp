@@ -9,6 +9,7 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <set>
@@ -29,11 +30,10 @@ Error systemError(const std::string& path, int code) {
 }
 
 std::optional<std::string> realPath(const std::string& path) {
-    char* found = ::realpath(path.c_str(), nullptr);
+    const std::unique_ptr<char, void (*)(void*)> found(::realpath(path.c_str(), nullptr),
+                                                       std::free);
     if (!found) return std::nullopt;
-    std::string result(found);
-    std::free(found);
-    return result;
+    return std::string(found.get());
 }
 
 std::int32_t bigEndianNumber(const std::array<char, headerBytes>& header, std::size_t offset) {
