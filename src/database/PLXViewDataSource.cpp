@@ -14,7 +14,7 @@ PLXViewDataSource::PLXViewDataSource(PLXViewDataSourceType type, std::vector<Str
 std::shared_ptr<PLXViewDataSource> PLXViewDataSource::initWithView(std::string view,
                                                                    std::vector<String> groups,
                                                                    PLXDatabaseManager& manager) {
-    const std::shared_ptr<PLXViewDataSource> source(
+    std::shared_ptr<PLXViewDataSource> source(
         new PLXViewDataSource(PLXViewDataSourceType::view, std::move(groups)));
     source->connectTo(manager);
     source->followView(std::move(view));
@@ -24,7 +24,7 @@ std::shared_ptr<PLXViewDataSource> PLXViewDataSource::initWithView(std::string v
 std::shared_ptr<PLXViewDataSource> PLXViewDataSource::initManualViewDataSourceWithSectionProvider(
     SectionProvider sectionProvider, RowProvider rowProvider, ItemProvider itemProvider,
     ItemIndexPathProvider itemIndexPathProvider) {
-    const std::shared_ptr<PLXViewDataSource> source(
+    std::shared_ptr<PLXViewDataSource> source(
         new PLXViewDataSource(PLXViewDataSourceType::manual, {}));
     source->sectionProvider_ = std::move(sectionProvider);
     source->rowProvider_ = std::move(rowProvider);
