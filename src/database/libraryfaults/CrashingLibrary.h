@@ -157,7 +157,7 @@ protected:
     void crashEverywhere() {
         if (HasFailure()) return;
         const auto start = rowsAt_.begin()->first, end = rowsAt_.rbegin()->first;
-        const std::size_t stepOfWholes = testScale(150, 25), stepOfCompounds = testScale(900, 150);
+        const std::size_t stepOfWholes = testScale(150, 40), stepOfCompounds = testScale(900, 600);
         std::vector<std::pair<FileImage, Allowed>> again;
         forEachCrash(base_, trace_.events(), {start, end}, testScale(1, 7), testScale(2, 1),
                      [&](const FileImage& image, Allowed allowed, bool isPowerLoss) {
@@ -171,6 +171,11 @@ protected:
         for (const auto& [image, allowed] : again)
             expectSoundThroughRecovery(image, allowed, testScale(3, 1));
         report();
+        if (testScale(0, 1) == 0) return;
+        EXPECT_GE(trace_.events().size(), 5'000u);
+        EXPECT_GE(states_, 40'000u);
+        EXPECT_GE(compounds_, 2'500u);
+        EXPECT_GE(wholes_, 1'000u);
     }
 
     LogCapture log_;  // rebuilds are told
