@@ -105,5 +105,24 @@ TEST_F(GivenAnotherProcess, WhenItDropsAnExtensionThenTheNextWriteMakesItAgain) 
     EXPECT_EQ(store_.faults(), "");
 }
 
+TEST_F(GivenAnotherProcess, WhenItMendsWhatWeDoNotMaintainThenOurNextWriteMarksItAgain) {
+    const std::string isLengths = " FROM yap WHERE extension='lengths' AND key='#stale'";
+    const auto isMarked = [&] {
+        return PlainSqlite(store_.path()).query("SELECT data" + isLengths) != "";
+    };
+    second_.reset();
+    ASSERT_TRUE(store_.open());  // and nothing is registered
+    EXPECT_TRUE(store_.set("b", "22"));
+    EXPECT_TRUE(isMarked());
+    commitElsewhere("DELETE" + isLengths);
+    EXPECT_FALSE(isMarked());
+    EXPECT_TRUE(store_.set("c", "333"));
+    EXPECT_TRUE(isMarked());
+    ASSERT_TRUE(
+        store_.database().registerExtension(std::make_shared<LengthsExtension>(), "lengths"));
+    EXPECT_EQ(length("c"), 3);
+    EXPECT_EQ(store_.faults(), "");
+}
+
 }  // namespace
 }  // namespace qsml
