@@ -3,7 +3,7 @@
 #include <set>
 #include <vector>
 
-#include <QSMediaLibraryData/foundation/String.h>
+#include "ListedEntries.h"
 
 namespace qsml {
 class PLXMediaItem;
@@ -26,7 +26,7 @@ public:
     PlaylistEntries(std::shared_ptr<const PLXMediaItemPlaylist> playlist,
                     YapDatabaseReadTransaction& transaction);
 
-    const std::vector<Item>& items() const { return items_; }
+    const std::vector<Item>& items() const { return entries_.items(); }
 
     // Each throws CommandFailure when there is no such position; store() writes the list once.
 
@@ -40,12 +40,8 @@ public:
     void store(YapDatabaseReadWriteTransaction& transaction) const;
 
 private:
-    void requirePosition(std::size_t position) const;
-    void insert(Item item, std::size_t position);
-
     std::shared_ptr<const PLXMediaItemPlaylist> playlist_;
-    std::vector<String> order_;  // the list that is stored, and the items missing in it
-    std::vector<Item> items_;
+    ListedEntries<PLXMediaItemPlaylistItem> entries_{"playlist", "qsml playlist add"};
 };
 
 }  // namespace qsml::app

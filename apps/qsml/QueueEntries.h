@@ -3,7 +3,7 @@
 #include <set>
 #include <vector>
 
-#include <QSMediaLibraryData/foundation/String.h>
+#include "ListedEntries.h"
 
 namespace qsml {
 class PLXMediaItem;
@@ -25,7 +25,7 @@ public:
 
     explicit QueueEntries(const YapDatabaseReadTransaction& transaction);
 
-    const std::vector<Item>& items() const { return items_; }
+    const std::vector<Item>& items() const { return entries_.items(); }
 
     // Each stores what it changed. Throws CommandFailure when there is no such position or no
     // default queue.
@@ -39,13 +39,10 @@ public:
                              YapDatabaseReadWriteTransaction& transaction);
 
 private:
-    void requirePosition(std::size_t position) const;
-    void insert(Item item, std::size_t position);
     void store(YapDatabaseReadWriteTransaction& transaction) const;
 
     std::shared_ptr<const PLXQueue> queue_;  // null before the first use
-    std::vector<String> order_;              // the list that is stored, and the items missing in it
-    std::vector<Item> items_;
+    ListedEntries<PLXQueueItem> entries_{"queue", "qsml queue add TRACK"};
 };
 
 }  // namespace qsml::app
