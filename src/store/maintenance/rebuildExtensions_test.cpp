@@ -109,6 +109,7 @@ TEST_F(GivenDerivedData, WhenRebuiltThenPinnedConnectionsLearnThatAnythingMayHav
     const auto reader = store_.database().newConnection();
     reader->beginLongLivedReadTransaction();
     const auto snapshot = store_.database().snapshot();
+    store_.drain();  // of the registrations' announcements
     std::vector<bool> announced;
     const auto observer = NotificationCenter::defaultCenter().addObserver(
         std::string(YapDatabaseModifiedNotification), &store_.database(),
