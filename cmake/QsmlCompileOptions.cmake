@@ -8,6 +8,13 @@ target_compile_options(qsml_options INTERFACE
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # GCC 12 reports overlapping copies inside std::string where there are none (its bug 105329).
     target_compile_options(qsml_options INTERFACE -Wno-restrict)
+    # It compiles a tenth faster when it may take half a gigabyte before it tidies up.
+    target_compile_options(qsml_options INTERFACE
+        "SHELL:--param ggc-min-heapsize=524288" "SHELL:--param ggc-min-expand=100")
+endif()
+if(CMAKE_UNITY_BUILD AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # It takes a source that is compiled together with others for a header with local types.
+    target_compile_options(qsml_options INTERFACE -Wno-subobject-linkage)
 endif()
 if(QSML_WARNINGS_AS_ERRORS)
     target_compile_options(qsml_options INTERFACE -Werror)

@@ -94,3 +94,11 @@ function(qsml_tests)
     gtest_discover_tests(${folder}_test PROPERTIES LABELS ${folder} TIMEOUT 300 DISCOVERY_TIMEOUT 60
         DISCOVERY_MODE PRE_TEST)
 endfunction()
+
+# qsml_alone(<name>...): <name>.cpp is compiled by itself where others are compiled together: its local
+# names are also those of a neighbour.
+function(qsml_alone)
+    list(TRANSFORM ARGN APPEND .cpp OUTPUT_VARIABLE sources)
+    set_source_files_properties(${sources} DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR}
+        TARGET_DIRECTORY qsml_objects PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+endfunction()
