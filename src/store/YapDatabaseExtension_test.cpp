@@ -207,6 +207,35 @@ TEST_F(GivenAStoreWithTexts, WhenARowThatOthersReadChangesThenTheseAreComputedAg
     EXPECT_EQ(store_.faults(), "");
 }
 
+TEST_F(GivenAStoreWithTexts, WhenNoRowConcernsAnExtensionThenItTakesPartOnlyWithItsParent) {
+    const auto extension = std::make_shared<LengthsExtension>();
+    const auto child = std::make_shared<LengthsExtension>();
+    extension->watched.emplace().emplace("bases");
+    child->watched.emplace();
+    child->needed = {"lengths"};
+    ASSERT_TRUE(store_.database().registerExtension(extension, "lengths"));
+    ASSERT_TRUE(store_.database().registerExtension(child, "child"));
+    EXPECT_EQ(callsOf(*extension, [](Writer& t) { t.setObject("x", "a", "others"); }), "");
+    EXPECT_EQ(child->calls, "");
+    EXPECT_EQ(callsOf(*extension, [](Writer& t) { t.setObject("four", "a", "bases"); }),
+              "dependent a;flush;write;");
+    EXPECT_EQ(child->calls, "flush;write;");
+}
+
+TEST_F(GivenAStoreWithTexts, WhenAnotherKindTakesTheNameThenItFindsNothingOfTheFormerOne) {
+    const auto former = add();
+    for (int turn = 0; turn < 2; ++turn) EXPECT_EQ(length("a"), 1);
+    EXPECT_EQ(former->foundInSlot, "lengths");
+    const auto other = std::make_shared<LengthsExtension>();
+    other->kindName = "other";
+    ASSERT_TRUE(store_.database().unregisterExtension("lengths"));
+    ASSERT_TRUE(store_.database().registerExtension(other, "lengths"));
+    EXPECT_EQ(length("a"), 1);
+    EXPECT_EQ(other->foundInSlot, "");
+    EXPECT_EQ(length("a"), 1);
+    EXPECT_EQ(other->foundInSlot, "other");
+}
+
 TEST_F(GivenAStoreWithTexts, WhenAFlushWritesRowsThenAllFlushAgainAndTheyAreInTheCommit) {
     const auto extension = add();
     const auto second = add("second");

@@ -56,33 +56,41 @@ bool ExtensionWork::sees(std::size_t index, std::string_view collection) const {
     return !allowed || allowed->find(collection) != allowed->end();
 }
 
+const ExtensionWork::Concerned& ExtensionWork::concernedBy(std::string_view collection) {
+    const auto known = concerned_.find(collection);
+    if (known != concerned_.end()) return known->second;
+    Concerned made;
+    for (std::size_t i = 0; i < parts_.size(); ++i) {
+        if (sees(i, collection)) made.seeing.push_back(i);
+        const auto* watched = state_->extensions[i]->extension->collectionsWithDependents();
+        if (!watched || watched->find(collection) != watched->end())
+            made.withDependents.push_back(i);
+    }
+    return concerned_.emplace(collection, std::move(made)).first->second;
+}
+
 void ExtensionWork::didInsert(const YapDatabaseRow& row) {
-    for (std::size_t i = 0; i < parts_.size(); ++i)
-        if (sees(i, row.collection)) part(i).didInsertRow(row);
+    for (const std::size_t i : concernedBy(row.collection).seeing) part(i).didInsertRow(row);
     gatherDependents(row);
 }
 
 void ExtensionWork::didUpdate(const YapDatabaseRow& row, YapDatabaseUpdate update) {
-    for (std::size_t i = 0; i < parts_.size(); ++i)
-        if (sees(i, row.collection)) part(i).didUpdateRow(row, update);
+    for (const std::size_t i : concernedBy(row.collection).seeing)
+        part(i).didUpdateRow(row, update);
     gatherDependents(row);
 }
 
 void ExtensionWork::willRemove(const YapDatabaseRow& row) {
-    for (std::size_t i = 0; i < parts_.size(); ++i)
-        if (sees(i, row.collection)) part(i).willRemoveRow(row);
+    for (const std::size_t i : concernedBy(row.collection).seeing) part(i).willRemoveRow(row);
     gatherDependents(row);
 }
 
 void ExtensionWork::didRemove(const YapDatabaseRow& row) {
-    for (std::size_t i = 0; i < parts_.size(); ++i)
-        if (sees(i, row.collection)) part(i).didRemoveRow(row);
+    for (const std::size_t i : concernedBy(row.collection).seeing) part(i).didRemoveRow(row);
 }
 
 void ExtensionWork::gatherDependents(const YapDatabaseRow& row) {
-    for (std::size_t i = 0; i < parts_.size(); ++i) {
-        const auto* watched = state_->extensions[i]->extension->collectionsWithDependents();
-        if (watched && watched->find(row.collection) == watched->end()) continue;
+    for (const std::size_t i : concernedBy(row.collection).withDependents) {
         for (YapDatabaseCollectionKey& dependent : part(i).dependentsOfRow(row)) {
             Part& part = parts_[i];
             if (!sees(i, dependent.collection)) continue;

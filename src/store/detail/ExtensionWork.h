@@ -51,9 +51,15 @@ private:
         std::vector<YapDatabaseCollectionKey> dependents;  // in order of arrival
     };
 
+    /// The places of those that the rows of a collection concern, ascending.
+    struct Concerned {
+        std::vector<std::size_t> seeing, withDependents;
+    };
+
     YapDatabaseExtensionTransaction& part(std::size_t index);
     void useChildren();
     bool sees(std::size_t index, std::string_view collection) const;
+    const Concerned& concernedBy(std::string_view collection);
     void gatherDependents(const YapDatabaseRow& row);
     bool deliverDependents(std::size_t index);
     bool flushOnce(Error* error);
@@ -61,6 +67,7 @@ private:
     ConnectionCore& connection_;
     SnapshotStatePointer state_;
     std::vector<Part> parts_;
+    std::map<std::string, Concerned, std::less<>> concerned_;
 };
 
 }  // namespace qsml::detail

@@ -3,6 +3,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -34,7 +35,7 @@ public:
     std::string configuration() const override { return columns; }
     std::vector<std::string> parents() const override { return needed; }
     const std::set<std::string, std::less<>>* collectionsWithDependents() const override {
-        return nullptr;
+        return watched ? &*watched : nullptr;
     }
     const std::set<std::string, std::less<>>* allowedCollections() const override {
         static const std::set<std::string, std::less<>> allowed{"texts"};
@@ -119,6 +120,8 @@ public:
     }
 
     std::string kindName = "lengths", columns;
+    std::optional<std::set<std::string, std::less<>>> watched;  // all, if nil
+    std::string foundInSlot;  // by the latest transaction, which leaves its kind there
     bool failsToFill = false, failsToFlush = false, writesAtFlush = false;
     std::vector<std::string> needed;
     int fills = 0, loads = 0, commits = 0;
@@ -202,6 +205,9 @@ private:
 
 inline std::unique_ptr<YapDatabaseExtensionTransaction> LengthsExtension::newTransaction(
     YapDatabaseExtensionContext& context, std::shared_ptr<const YapDatabaseExtensionState> state) {
+    const auto kept = std::static_pointer_cast<const std::string>(context.slot());
+    foundInSlot = kept ? *kept : "";
+    context.slot() = std::make_shared<std::string>(kindName);
     return std::make_unique<Transaction>(*this, context, lengthsOf(state));
 }
 

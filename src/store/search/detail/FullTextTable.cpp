@@ -59,6 +59,7 @@ FullTextTable::FullTextTable(YapDatabaseExtensionContext& context,
         joined(", ", [this](std::size_t i) { return quotedIdentifier(columns()[i].name); });
     const std::string parameters =
         joined(", ", [](std::size_t i) { return "?" + std::to_string(i + 2); });
+    holdsText_ = "SELECT 1 FROM " + name() + " WHERE rowid=?1";
     forgetText_ = "INSERT INTO " + words_ + "(" + words_ + ", rowid, " + names +
                   ") SELECT 'delete', rowid, " + names + " FROM " + name() + " WHERE rowid=?1";
     addText_ = "INSERT INTO " + words_ + "(rowid, " + names + ") VALUES(?1, " + parameters + ")";
@@ -120,8 +121,18 @@ bool FullTextTable::replace(std::int64_t rowid, const Values& values, Error* err
            ColumnTable::replace(rowid, values, error);
 }
 
+bool FullTextTable::holds(std::int64_t rowid, bool* isThere, Error* error) {
+    StatementRun run(statements(), holdsText_);
+    *isThere = run.bind(1, rowid).row();
+    if (run.ok()) return true;
+    report(error, run.failure("read"));
+    return false;
+}
+
+/// Most rows that go have no texts. To look costs less than to call the module.
 bool FullTextTable::remove(std::int64_t rowid, bool* wasThere, Error* error) {
-    return forgetWords(rowid, error) && ColumnTable::remove(rowid, wasThere, error);
+    if (!holds(rowid, wasThere, error)) return false;
+    return !*wasThere || (forgetWords(rowid, error) && ColumnTable::remove(rowid, wasThere, error));
 }
 
 bool FullTextTable::collect(StatementRun& run, const std::string& query,

@@ -31,6 +31,7 @@ public:
 
 private:
     bool verifyWords(bool* areSound, Error* error);
+    bool holds(std::int64_t rowid, bool* isThere, Error* error);
     bool forgetWords(std::int64_t rowid, Error* error);
     bool addWords(std::int64_t rowid, const Values& values, Error* error);
     static bool collect(StatementRun& run, const std::string& query,
@@ -39,7 +40,7 @@ private:
 
     const YapDatabaseFullTextSearchOptions& options_;
     std::string words_;  // the module's table, quoted
-    std::string forgetText_, addText_, matchText_, matchRowText_;
+    std::string holdsText_, forgetText_, addText_, matchText_, matchRowText_;
 };
 
 }  // namespace qsml::detail
