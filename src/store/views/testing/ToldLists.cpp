@@ -42,8 +42,8 @@ void ToldLists::move() {
 ToldLists::Cell ToldLists::cellAt(View& view, IndexPath path,
                                   const YapDatabaseViewMappings& mappings) const {
     const auto row = view.keyAtIndexPath(path, mappings);
-    if (!row) return {"(nothing)", ""};
-    return {row->key.str(), textShown_(view.objectAtIndexPath(path, mappings))};
+    if (!row) return {{"", "(nothing)"}, ""};
+    return {rowOf(*row), textShown_(view.objectAtIndexPath(path, mappings))};
 }
 
 std::vector<ToldLists::Cell> ToldLists::sectionAt(View& view, std::uint64_t section,
@@ -95,7 +95,7 @@ ToldLists::Texts ToldLists::takeOut(List& list, const Changes& changes) {
         }
         Cell& cell = list.sections[path.section][path.row];
         if (change.row.key) {  // not told after searches
-            EXPECT_EQ(cell.first, change.row.key);
+            EXPECT_EQ(cell.first, rowOf(change.row));
         }
         if (change.flags & YapDatabaseViewChangedObject) cell.second = toBeRead;
         if (change.type == Type::update) continue;
@@ -131,7 +131,7 @@ void ToldLists::putIn(List& list, View& view, const Changes& changes, const Text
         if (!change.newIndexPath) continue;
         Cell cell = cellAt(view, *change.newIndexPath, *list.mappings);
         if (change.row.key) {
-            EXPECT_EQ(cell.first, change.row.key);
+            EXPECT_EQ(cell.first, rowOf(change.row));
         }
         if (change.type == Type::move) cell.second = texts.at(cell.first);
         EXPECT_TRUE(arriving.emplace(*change.newIndexPath, cell).second);

@@ -30,7 +30,8 @@ public:
     void move();
 
 private:
-    using Cell = std::pair<std::string, std::string>;  // key and text of a row
+    using Row = std::pair<std::string, std::string>;  // collection and key
+    using Cell = std::pair<Row, std::string>;         // and its text
     using Sections = std::vector<std::vector<Cell>>;
     struct List {
         std::shared_ptr<YapDatabaseViewMappings> mappings;
@@ -38,12 +39,15 @@ private:
     };
     using View = YapDatabaseViewTransaction;
 
+    static Row rowOf(const YapDatabaseCollectionKey& row) {
+        return {row.collection.str(), row.key.str()};
+    }
     Cell cellAt(View& view, IndexPath path, const YapDatabaseViewMappings& mappings) const;
     std::vector<Cell> sectionAt(View& view, std::uint64_t section,
                                 const YapDatabaseViewMappings& mappings) const;
     Sections shown(View& view, const YapDatabaseViewMappings& mappings) const;
     using Changes = std::vector<YapDatabaseViewRowChange>;
-    using Texts = std::map<std::string, std::string>;  // by key
+    using Texts = std::map<Row, std::string>;
 
     std::size_t move(List& list, View& view, const YapDatabaseNotifications& notifications) const;
     static Texts takeOut(List& list, const Changes& changes);
