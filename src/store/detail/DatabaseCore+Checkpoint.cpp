@@ -83,24 +83,12 @@ bool DatabaseCore::checkpoint(Error* error) {
     }
 }
 
-bool DatabaseCore::openCheckpointHandle(Error* error) {
-    if (checkpointHandle_) return true;
-    checkpointHandle_ = SqliteHandle::open(path(), sqliteSettings(), error);
-    if (!checkpointHandle_) return false;
-    sqlite3_busy_timeout(checkpointHandle_.get(), 0);
-    if (checkpointHandle_.execute("SELECT 1 FROM yap LIMIT 1") == SQLITE_OK) return true;
-    report(error, checkpointHandle_.lastError("read"));
-    checkpointHandle_.close();
-    return false;
-}
-
 bool DatabaseCore::runCheckpoint(Error* error) {
     const WriterLockHold lock(writerLock_, error);
     return lock && runLockedCheckpoint(error);
 }
 
 bool DatabaseCore::runLockedCheckpoint(Error* error) {
-    if (!openCheckpointHandle(error)) return false;
     int frames = 0, copied = 0;
     for (int round = 0; round < rounds; ++round) {
         const int before = copied;
@@ -153,7 +141,7 @@ void DatabaseCore::warnAboutLog() {
 void DatabaseCore::finalCheckpoint() {
     Error error;
     const WriterLockHold lock(writerLock_, &error);
-    if (!lock || !openCheckpointHandle(&error)) return;
+    if (!lock) return;
     sqlite3_wal_checkpoint_v2(checkpointHandle_.get(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr,
                               nullptr);
 }

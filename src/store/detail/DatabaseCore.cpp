@@ -1,5 +1,7 @@
 #include "store/detail/DatabaseCore.h"
 
+#include <sqlite3.h>
+
 #include <algorithm>
 #include <new>
 
@@ -60,6 +62,8 @@ bool DatabaseCore::prepareFile(Error* error) {
         return false;
     }
     history_.start(state->snapshot, std::make_shared<const SnapshotState>());
+    sqlite3_busy_timeout(handle.get(), 0);
+    checkpointHandle_ = std::move(handle);
     return true;
 }
 

@@ -112,7 +112,6 @@ private:
     bool emptyLog(std::string_view consequence, Error* error);
     std::string readerInTheWay();
     bool runCompaction(Error* error);
-    bool openCheckpointHandle(Error* error);
     void restartPinnedReads();
     void warnAboutLog();
     void postCommit(const std::shared_ptr<const YapDatabaseCommit>& commit);
@@ -142,7 +141,7 @@ private:
 
     // In the writers' turn:
     std::unique_ptr<ConnectionCore> registrar_;
-    SqliteHandle checkpointHandle_;
+    SqliteHandle checkpointHandle_;  // the one that opened the file; never waits for others
 
     std::mutex checkpointMutex_;
     TransactionScheduler::Ticket checkpointTicket_ QSML_GUARDED_BY(checkpointMutex_);
