@@ -76,6 +76,9 @@ function(qsml_private)
     target_sources(qsml_objects PRIVATE ${sources})
 endfunction()
 
+# At full size the crash replay of an import takes a quarter of an hour.
+set(qsml_test_seconds 1800)
+
 # qsml_tests(<name>...): <name>_test.cpp goes into the one test program of this folder; may be repeated.
 function(qsml_tests)
     if(NOT QSML_BUILD_TESTS)
@@ -91,7 +94,7 @@ function(qsml_tests)
     target_link_libraries(${folder}_test PRIVATE qsml_testing)
     set_target_properties(${folder}_test PROPERTIES POSITION_INDEPENDENT_CODE OFF)
     target_precompile_headers(${folder}_test REUSE_FROM qsml_testing_precompiled)
-    gtest_discover_tests(${folder}_test PROPERTIES LABELS ${folder} TIMEOUT 300 DISCOVERY_TIMEOUT 60
+    gtest_discover_tests(${folder}_test PROPERTIES LABELS ${folder} TIMEOUT ${qsml_test_seconds} DISCOVERY_TIMEOUT 60
         DISCOVERY_MODE PRE_TEST)
 endfunction()
 
