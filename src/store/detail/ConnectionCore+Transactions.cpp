@@ -185,7 +185,7 @@ bool ConnectionCore::beginWrite(const Owner& owner, Error* error, bool isRegistr
         abandon();
         return false;
     }
-    if (database_.hasRemains) database_.rollBackRemains();
+    if (database_.hasRemains) database_.rollBackRemains(*this);
     if (!prepareEnd(statements_, handle_) ||
         !Query(statements_.beginImmediate, handle_.get()).run()) {
         report(error, handle_.lastError("written"));

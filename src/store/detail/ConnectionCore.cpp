@@ -112,11 +112,12 @@ void ConnectionCore::moveTo(std::uint64_t snapshot, YapDatabaseNotifications* pa
     auto passage = database_.history().passage(this->snapshot(), snapshot);
     if (!passage.state) {
         auto loaded = loadExtensions(*this, database_.registeredExtensions());
+        // Before a writer can meet that commit in the history.
+        database_.mustVerifyExtensions = true;
+        database_.areOrphansMarked = false;
         database_.history().addForeign(snapshot, loaded);
         passage = database_.history().passage(this->snapshot(), snapshot);
         if (!passage.state) passage.state = loaded;
-        database_.mustVerifyExtensions = true;
-        database_.areOrphansMarked = false;
         database_.announceCommits();
     }
     if (!passage.isComplete) clearCaches();

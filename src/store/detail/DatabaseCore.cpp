@@ -127,13 +127,15 @@ void DatabaseCore::forEachConnection(const std::function<void(ConnectionCore&)>&
     for (ConnectionCore* connection : connections_) block(*connection);
 }
 
-void DatabaseCore::rollBackRemains() {
+void DatabaseCore::rollBackRemains(const ConnectionCore& writer) {
     bool isDone = true;
     TakenTurns resting(*scheduler_);
     forEachConnection([&](ConnectionCore& connection) {
-        if (!connection.isPinned() && !resting.take(connection)) isDone = false;
+        if (&connection != &writer && !connection.isPinned() && !resting.take(connection))
+            isDone = false;
     });
     resting.useEach([&](ConnectionCore& connection) {
+        if (connection.isPinned()) return;  // since the look above; a pinned read is no remains
         connection.rollBackRemains();
         if (connection.handle().inTransaction()) isDone = false;
     });

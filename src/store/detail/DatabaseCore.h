@@ -94,8 +94,9 @@ public:
     std::atomic<bool> mustVerifyExtensions{false};
     /// A connection could not roll back, for lack of memory, and may hold SQLite's write lock.
     std::atomic<bool> hasRemains{false};
-    /// Rolls it back, where the connection is at rest. In the writers' turn.
-    void rollBackRemains();
+    /// Rolls it back, where the connection is at rest. In the turn of the writer, which has done so
+    /// for itself.
+    void rollBackRemains(const ConnectionCore& writer);
 
 private:
     DatabaseCore(std::unique_ptr<DatabaseFile> file, YapDatabaseObjectCallbacks objects,

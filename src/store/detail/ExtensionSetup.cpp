@@ -148,6 +148,7 @@ bool repairExtensions(ConnectionCore& connection, const RegisteredExtensions& re
             return false;
         repaired->add(one, std::move(state));
     }
+    connection.active().work.reset();  // what a filling has asked for is of the state before
     connection.replaceState(std::move(repaired));
     return true;
 }

@@ -78,14 +78,12 @@ std::optional<std::string> rescuedName(const std::string& copy, const std::strin
 }
 
 /// False with an error that says where the copy is; it stays for whoever may need it.
-bool keepCopy(TemporaryDatabaseFile& copy, const std::string& path, const Error& cause,
-              Error* error) {
-    copy.keep();
-    (void)syncToDisk(copy.path(), false, "compacted", nullptr);
-    const auto name = rescuedName(copy.path(), path);
-    if (name) removeDatabaseFiles(copy.path());
+bool keepCopy(const std::string& copy, const std::string& path, const Error& cause, Error* error) {
+    (void)syncToDisk(copy, false, "compacted", nullptr);
+    const auto name = rescuedName(copy, path);
+    if (name) removeDatabaseFiles(copy);
     const std::string place =
-        name ? "\"" + *name + "\"" : "\"" + copy.path() + "\" (the next compaction removes it)";
+        name ? "\"" + *name + "\"" : "\"" + copy + "\" (the next compaction removes it)";
     report(error, fileError(SQLITE_IOERR, path, "compacted",
                             "what was written back does not read as it should. The whole content "
                             "is also in " +
@@ -123,15 +121,17 @@ bool compactFile(const std::string& path, const SqliteSettings& settings, Error*
     if (!copy || contentOf(copy, *content, "compacted", error) != Content::same ||
         !takeOver(database, copy, watch, *version, error))
         return false;
+    file.keep();  // until what was written is known to be good, come what may
     Error cause;
     const auto written = dataVersion(watch);
-    if (readsBack(path, settings, *content, &cause)) return true;
     // Once more, from the copy that was found good, unless somebody has written since.
-    if (written && takeOver(database, copy, watch, *written, &cause) &&
-        readsBack(path, settings, *content, &cause))
-        return true;
+    const bool isGood = readsBack(path, settings, *content, &cause) ||
+                        (written && takeOver(database, copy, watch, *written, &cause) &&
+                         readsBack(path, settings, *content, &cause));
     copy.close();
-    return keepCopy(file, path, cause, error);
+    if (!isGood) return keepCopy(file.path(), path, cause, error);
+    removeDatabaseFiles(file.path());
+    return true;
 }
 
 }  // namespace qsml::detail

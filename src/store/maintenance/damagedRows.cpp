@@ -122,6 +122,7 @@ bool removeDamagedRows(ConnectionCore& connection, const KeepBlock& keep, std::u
     readFromTheFile(connection);
     if (!removeRows(connection, rowids, count)) return failedRead(connection, error);
     if (*count == 0) return true;
+    connection.active().mustCommit = connection.active().isForeign = true;
     return rebuildExtensions(connection, Missing::stay, error) && markOrphans(connection, error);
 }
 

@@ -89,6 +89,7 @@ TEST_F(GivenStoredEdges, WhenRowsAreSetAsideThenAMissingExtensionWaitsForTheRebu
     std::uint64_t count = 0;
     EXPECT_TRUE(database_->setAsideDamagedRows([](const auto&) { return true; }, &count));
     EXPECT_EQ(count, 1u);
+    EXPECT_EQ(PlainSqlite(path_).query("SELECT count(*) FROM row WHERE key='b'"), "0\n");
     EXPECT_EQ(faulty(), std::vector<std::string>{"relationship"});
     EXPECT_TRUE(database_->rebuildExtensions());
     EXPECT_EQ(edges(), "a-e>b a-e>nowhere");

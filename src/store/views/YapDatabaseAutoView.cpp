@@ -65,7 +65,7 @@ bool YapDatabaseAutoView::fill(YapDatabaseExtensionContext& context, Error* erro
                 return false;
             }
             work.apply();
-            return work.writeTables(error);
+            return detail::hasRead(context, error) && work.writeTables(error);
         },
         error);
 }

@@ -4,6 +4,7 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "store/detail/testing/PlainSqlite.h"
 #include "store/views/testing/ViewHistory.h"
 #include "testing/LogCapture.h"
 
@@ -24,6 +25,9 @@ protected:
     }
     void SetUp() override {
         OpenStore::SetUp();
+        add();
+    }
+    void add() {
         const auto grouping = [this](Reader& t, const YapDatabaseRow& row) {
             if (broken_.count(row.key)) throw std::runtime_error("no group today");
             const String kind = t.objectForKey(row.key, "kinds").string();
@@ -83,6 +87,36 @@ TEST_F(GivenAView, WhenARowWasLeftOutThenItComesBackWithATouchOnceTheRuleWorks) 
     EXPECT_TRUE(touch("b"));
     EXPECT_EQ(shown(), (Groups{{"other", {"a", "b"}}}));
     EXPECT_EQ(store_.faults(), "");
+}
+
+TEST_F(GivenAView, WhenWhatARuleReadsIsDamagedThenTheCommitFailsAndTheRowStaysInItsPlace) {
+    constexpr int rows = 100;
+    ASSERT_TRUE(put({{"without kind", "k"}}));
+    const auto keyOf = [](int row) { return "key" + std::to_string(row); };
+    for (const char* collection : {"kinds", "things"})
+        ASSERT_TRUE(store_.connection().readWrite([&](Writer& t) {
+            for (int row = 0; row < rows; ++row)
+                t.setObject(String(std::string(500, 'k')), keyOf(row), collection);
+        }));
+    for (int row = 0; row < rows; ++row) EXPECT_TRUE(touch(keyOf(row)));
+    const Groups before = shown();
+    ASSERT_EQ(before.size(), 2u);
+    store_.close();
+    // The rows of a collection stand together; those of the younger one come last.
+    const std::string page = PlainSqlite(store_.path())
+                                 .query(
+                                     "SELECT pageno FROM dbstat WHERE name='row' AND "
+                                     "pagetype='leaf' ORDER BY path DESC LIMIT 1 OFFSET 2");
+    std::string bytes = contentOf(store_.path());
+    bytes.replace((std::stoul(page) - 1) * 8192, 8192, std::string(8192, '\x7f'));
+    writeFile(store_.path(), bytes);
+    ASSERT_TRUE(store_.open());
+    add();
+    int refused = 0;
+    for (int row = 0; row < rows; ++row) refused += touch(keyOf(row)) ? 0 : 1;
+    EXPECT_GT(refused, 0);
+    EXPECT_LT(refused, rows);
+    EXPECT_EQ(shown(), before);
 }
 
 TEST_F(GivenAView, WhenWhatARuleReadsHasChangedThenATouchRegroupsTheRow) {

@@ -25,7 +25,7 @@ bool AutoViewTransaction::flush(Error* error) {
     if (!work_) return true;
     try {
         work_->apply();
-        return true;
+        return hasRead(context(), error);
     } catch (const ViewFailure& failure) {
         report(error, extensionFailure(failure.what()));
         return false;

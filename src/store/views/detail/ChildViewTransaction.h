@@ -48,7 +48,7 @@ public:
     bool flush(Error* error) override {
         try {
             apply();
-            return true;
+            return hasRead(this->context(), error);
         } catch (const ViewFailure& failure) {
             report(error, extensionFailure(failure.what()));
             return false;
