@@ -71,6 +71,18 @@ TEST_F(GivenAMusicFolder, WhenImportedAgainThenNothingChanges) {
     EXPECT_EQ(qsml({"tracks", "--json"}).output, before);
 }
 
+TEST_F(GivenAMusicFolder, WhenACommandHasWrittenThenTheFileAloneIsTheLibrary) {
+    flac("a.flac", {{"TITLE", {"Night Drive"}}});
+    import();
+    succeed({"rate", "Night Drive", "4"});
+    const std::string copy = directory_.file("copy.qsml");
+    writeFile(copy, contentOf(library()));
+    const auto run = qsmlAlone({"--library", copy, "rate", "Night Drive", "--json"});
+    ASSERT_EQ(objects(run.output).size(), 1u) << run.errors;
+    EXPECT_EQ(number(objects(run.output)[0], "rating"), 4);
+    EXPECT_EQ(run.errors, "") << "nothing had to be built anew";
+}
+
 TEST_F(GivenAMusicFolder, WhenTwoFilesAreOneTrackThenTheSecondIsMerged) {
     flac("1.flac", {{"TITLE", {"Song"}}, {"ARTIST", {"Band"}}, {"ALBUM", {"One"}}}, 200.4);
     flac("2.flac", {{"TITLE", {" song"}}, {"ARTIST", {"BAND"}}, {"ALBUM", {"Two"}}}, 199.6);

@@ -9,6 +9,7 @@
 #include "CommandFailure.h"
 #include "CommandTree.h"
 #include "commands.h"
+#include "openLibrary.h"
 #include "output.h"
 
 namespace qsml::app {
@@ -184,15 +185,17 @@ private:
 enum ExitStatus { failed = 1, wrongUsage = 2 };
 
 int run(const CommandLine& line) {
+    int status = failed;
     try {
-        const int status = line.run();
+        status = line.run();
         flushOutput();
-        return status;
     } catch (const std::exception& exception) {
         std::fflush(stdout);
         complain(exception.what());
-        return failed;
+        status = failed;
     }
+    settleLibrary();
+    return status;
 }
 
 /// The whole program; answers its exit status.

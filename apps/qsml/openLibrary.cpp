@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <exception>
 #include <system_error>
 
 #include "CommandFailure.h"
@@ -17,6 +18,8 @@
 namespace qsml::app {
 
 namespace {
+
+std::uint64_t snapshotAtOpening = 0;
 
 /// The variable's value; empty when it is not set.
 std::string environment(const char* name) {
@@ -73,7 +76,18 @@ std::shared_ptr<YapDatabaseConnection> openLibrary(const LibraryPath& library, O
     auto connection = manager.database()->newConnection(&error);
     if (!connection) throw CommandFailure("cannot open the library", error);
     connection->setName("qsml");
+    snapshotAtOpening = manager.database()->snapshot();
     return connection;
+}
+
+void settleLibrary() noexcept {
+    try {
+        const auto& database = PLXDatabaseManager::sharedManager().database();
+        if (!database || database->snapshot() == snapshotAtOpening) return;
+        MainQueue::runPending();  // the user interface's connection lets go of what it rests on
+        (void)database->checkpoint();
+    } catch (const std::exception&) {  // then it stays in the log
+    }
 }
 
 }  // namespace qsml::app

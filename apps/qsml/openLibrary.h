@@ -24,4 +24,8 @@ enum class Opening { existing, orNew };
 /// opened, or is not there and must be. To be called once.
 std::shared_ptr<YapDatabaseConnection> openLibrary(const LibraryPath& library, Opening opening);
 
+/// Before the program ends: what was committed since the opening goes from the log into the file,
+/// so that a copy of that one file is the library. Without it the log keeps it just as safely.
+void settleLibrary() noexcept;
+
 }  // namespace qsml::app
