@@ -9,8 +9,7 @@ class YapDatabaseConnection;
 namespace qsml::app {
 
 /// The file that --library named, else $QSML_LIBRARY, else qsml/library.qsml in the user's data
-/// folder
-/// ($XDG_DATA_HOME, else ~/.local/share).
+/// folder ($XDG_DATA_HOME, else ~/.local/share).
 struct LibraryPath {
     std::string path;
     bool isDefault = false;  ///< its folder is ours to make
@@ -24,8 +23,9 @@ enum class Opening { existing, orNew };
 /// opened, or is not there and must be. To be called once.
 std::shared_ptr<YapDatabaseConnection> openLibrary(const LibraryPath& library, Opening opening);
 
-/// Before the program ends: what was committed since the opening goes from the log into the file,
-/// so that a copy of that one file is the library. Without it the log keeps it just as safely.
+/// Before the program ends, on its main thread: what was committed since the opening goes from the
+/// log into the file, so that a copy of that one file is the library. Does nothing where no library
+/// was opened or nothing was committed. A failure is no error: the log keeps it just as safely.
 void settleLibrary() noexcept;
 
 }  // namespace qsml::app
